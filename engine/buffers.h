@@ -1,0 +1,31 @@
+// The lives of the two shared buffers. Whoever works on a buffer registers its use, and whoever owns the buffer waits
+// for the last use to end before it destroys and frees anything; nobody can come in once the owner has withdrawn the
+// pointer. It works just as well on buffers that somebody else has published.
+#pragma once
+
+#include "fault_engine/fault_request.h"
+
+// One use of one buffer; it lives on the user's stack.
+struct buffer_use {
+    const void *buffer;
+    buffer_use *next;
+};
+
+// The write buffer, from the test that there is one until its mutex has been released for the last time. Null when
+// there is none, or no record in it; there is nothing to leave then.
+fe_write_buf_struct *enter_write_buffer(buffer_use &use);
+void leave_write_buffer(buffer_use &use);
+
+// The fault processor's side of the write buffer.
+void publish_write_buffer(fe_write_buf_struct *wbuf);
+void withdraw_write_buffer(fe_write_buf_struct *wbuf); // returns when the last use has ended
+
+// The fault processor's side of the read buffer. Null when there is none.
+fe_read_buf_struct *enter_read_buffer(buffer_use &use);
+bool is_read_buffer_published();
+void leave_read_buffer(fe_read_buf_struct *rbuf, buffer_use &use); // releases waiting producers
+
+// The listener's side of the read buffer; `use` stands for the producer inside fe_init_interface().
+void publish_read_buffer(fe_read_buf_struct *rbuf, buffer_use &use);
+void withdraw_read_buffer(fe_read_buf_struct *rbuf, buffer_use &use);
+void await_read_buffer_unused(const fe_read_buf_struct *rbuf);
