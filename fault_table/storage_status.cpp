@@ -1,0 +1,52 @@
+#include "fault_table/storage_status.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+// Guarded by fe_table_mutex. Only creation and clearing move the counters: a fault that changes its band by an update,
+// or is evicted, does not.
+uint32_t stor_fault_count[4]; // slot 1 is never used
+uint8_t stor_stat_flags;      // bit n is set while slot n is not zero
+
+unsigned band(int32_t severity) {
+    const auto code = static_cast<uint32_t>(severity);
+    if (code >= FE_SEVERITY_MAJOR) {
+        return 3;
+    }
+    return code >= FE_SEVERITY_WARNING ? 2 : 0;
+}
+
+// The file belongs to somebody else: when it does not exist, the byte is not written.
+void write_storage_status() {
+    const int fd = open("/var/stor_stat", O_RDWR | O_TRUNC);
+    [[maybe_unused]] const ssize_t written = write(fd, &stor_stat_flags, sizeof stor_stat_flags);
+    close(fd);
+}
+
+} // namespace
+
+void count_storage_fault(uint8_t entity_id, int32_t severity) {
+    if (!is_storage_entity(entity_id)) {
+        return;
+    }
+    const unsigned slot = band(severity);
+    ++stor_fault_count[slot];
+    stor_stat_flags = static_cast<uint8_t>(stor_stat_flags | 1U << slot);
+    write_storage_status();
+}
+
+void uncount_storage_fault(uint8_t entity_id, int32_t severity) {
+    if (!is_storage_entity(entity_id)) {
+        return;
+    }
+    const unsigned slot = band(severity);
+    if (stor_fault_count[slot] > 0) {
+        --stor_fault_count[slot];
+    }
+    if (stor_fault_count[slot] == 0) {
+        stor_stat_flags = static_cast<uint8_t>(stor_stat_flags & ~(1U << slot));
+    }
+    write_storage_status();
+}

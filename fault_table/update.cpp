@@ -1,0 +1,210 @@
+// The one operation that changes the table from a record.
+#include <cstdlib>
+
+#include "fault_table/storage_status.h"
+#include "fault_table/table.h"
+#include "fault_table/text_field.h"
+#include "platform/fe_core/fe_core.h"
+
+// Every line of the table ends in the keys and the severity of a record.
+#define LOG_CHANGE(text, record)                                                                              \
+    fe_logger(text " (%u/%u/curr:%u-prev:%u) - sev: %u\n", unsigned{(record).entity_id},                      \
+              static_cast<unsigned>((record).entity_instance), static_cast<unsigned>((record).vemoFaultCode), \
+              static_cast<unsigned>((record).prev_vemoFaultCode), static_cast<unsigned>((record).vemoFaultSeverity))
+
+namespace {
+
+constexpr int32_t changed = 0;
+constexpr int32_t repeated_on_storage = 2;
+constexpr int32_t nothing_changed = -1;
+
+bool clears(const fe_write_buf &record) {
+    return record.vemoFaultSeverity == FE_SEVERITY_CLEARED;
+}
+
+// A node is the fault's if its key is the record's code or one of its related codes.
+bool is_fault_of(const fault_node &node, const fe_write_buf &record) {
+    if (node.fault_code == record.vemoFaultCode) {
+        return true;
+    }
+    for (int i = 1; i < FE_RELATED_CODES; ++i) {
+        const int32_t related = record.related_FaultCode.related_fc[i];
+        if (related != 0 && related == node.fault_code) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// The part of the index that a new fault lacks, with its entry: null in the levels that are there already.
+struct new_branch {
+    entity_id_node *entity;
+    entity_instance_node *instance;
+    fault_node *fault;
+    fe_table_entry *entry;
+};
+
+enum class missing { entity, instance, fault };
+
+template <class Node>
+bool allocate(Node *&node) {
+    node = static_cast<Node *>(malloc(sizeof(Node)));
+    return node != nullptr;
+}
+
+// All or nothing.
+bool allocate_branch(new_branch &branch, missing level) {
+    if ((level != missing::entity || allocate(branch.entity)) &&
+        (level == missing::fault || allocate(branch.instance)) && allocate(branch.fault) && allocate(branch.entry)) {
+        return true;
+    }
+    free(branch.fault);
+    free(branch.instance);
+    free(branch.entity);
+    return false;
+}
+
+bool create_branch(new_branch &branch, missing level, fe_write_buf &record) {
+    if (!allocate_branch(branch, level)) {
+        return false;
+    }
+    record.vemoFaultOccur = 1;
+    *branch.entry = {.record = record, .next = nullptr};
+    *branch.fault = {.fault_code = record.vemoFaultCode, .entry = branch.entry, .next = nullptr};
+    if (branch.instance != nullptr) {
+        *branch.instance = {.entity_instance = record.entity_instance, .fault_list = branch.fault, .next = nullptr};
+    }
+    if (branch.entity != nullptr) {
+        *branch.entity = {.entity_id = record.entity_id, .instance_list = branch.instance, .next = nullptr};
+    }
+    count_storage_fault(record.entity_id, record.vemoFaultSeverity);
+    return true;
+}
+
+// The entry's branch is in the index already, so that the oldest entry can be told from it.
+void add_to_chain(fe_table_entry *entry) {
+    entry->next = fe_table_head_ptr;
+    fe_table_head_ptr = entry;
+    if (fe_fault_count < FE_TABLE_MAX_FAULTS) {
+        ++fe_fault_count;
+    } else {
+        remove_last_fe_table_entry(&fe_table_head_ptr, &entity_id_list_head_ptr);
+    }
+}
+
+// The fault is not in the table: `tail` is the end of the list that lacks it at `level`.
+int32_t create_fault(fault_position tail, missing level, fe_write_buf &record) {
+    if (clears(record)) {
+        return nothing_changed;
+    }
+    new_branch branch{};
+    if (!create_branch(branch, level, record)) {
+        return nothing_changed;
+    }
+    switch (level) {
+    case missing::entity:
+        LOG_CHANGE("Fault node hierarchy created from entity id", record);
+        *tail.entity = branch.entity;
+        break;
+    case missing::instance:
+        LOG_CHANGE("Fault node hierarchy created from instance", record);
+        *tail.instance = branch.instance;
+        break;
+    case missing::fault:
+        LOG_CHANGE("Fault node created", record);
+        *tail.fault = branch.fault;
+        break;
+    }
+    add_to_chain(branch.entry);
+    write_to_fe_file(fe_table_head_ptr);
+    return changed;
+}
+
+void take_off_chain(const fe_table_entry *entry) {
+    fe_table_entry **link = find_entry(&fe_table_head_ptr, entry);
+    if (*link != nullptr) {
+        *link = entry->next;
+    }
+}
+
+void move_to_head(fe_table_entry *entry) {
+    take_off_chain(entry);
+    entry->next = fe_table_head_ptr;
+    fe_table_head_ptr = entry;
+}
+
+// The stored occurrence becomes the previous one of the record, and the count goes on by one.
+void carry_over(fe_write_buf &record, const fe_write_buf &stored) {
+    record.Previous_Fault_time = stored.Fault_time;
+    copy_text(record.PreviousTimeOfEvent, stored.TimeOfEvent);
+    record.vemoFaultOccur = static_cast<uint8_t>(stored.vemoFaultOccur + 1);
+}
+
+int32_t update_fault(fe_table_entry *entry, fe_write_buf &record) {
+    LOG_CHANGE("Update the fault found", record);
+    carry_over(record, entry->record);
+    entry->record = record;
+    move_to_head(entry);
+    write_to_fe_file(fe_table_head_ptr);
+    return is_storage_entity(record.entity_id) ? repeated_on_storage : changed;
+}
+
+int32_t clear_fault(const fault_position &position, fe_write_buf &record) {
+    LOG_CHANGE("Clear the fault found", record);
+    fe_table_entry *entry = (*position.fault)->entry;
+    carry_over(record, entry->record);
+    uncount_storage_fault(entry->record.entity_id, entry->record.vemoFaultSeverity);
+    take_off_chain(entry);
+    free(entry);
+    --fe_fault_count;
+    write_to_fe_file(fe_table_head_ptr);
+    remove_from_index(position);
+    return changed;
+}
+
+int32_t change_table(fe_write_buf &record) {
+    fault_position at{};
+    at.entity = find_entity(&entity_id_list_head_ptr, record.entity_id);
+    if (entity_id_list_head_ptr == nullptr) {
+        LOG_CHANGE("List NULL, NO entity id found", record);
+        return create_fault(at, missing::entity, record);
+    }
+    if (*at.entity == nullptr) {
+        LOG_CHANGE("Entity id NOT found", record);
+        return create_fault(at, missing::entity, record);
+    }
+    LOG_CHANGE("Entity id found", record);
+
+    at.instance = find_instance(&(*at.entity)->instance_list, record.entity_instance);
+    if (*at.instance == nullptr) {
+        LOG_CHANGE("Entity instance NOT found", record);
+        return create_fault(at, missing::instance, record);
+    }
+    LOG_CHANGE("Entity instance found", record);
+
+    at.fault =
+        find_link(&(*at.instance)->fault_list, [&](const fault_node &node) { return is_fault_of(node, record); });
+    if (*at.fault == nullptr) {
+        LOG_CHANGE("Fault node NOT found", record);
+        return create_fault(at, missing::fault, record);
+    }
+    fault_node *fault = *at.fault;
+    LOG_CHANGE("Fault node found", fault->entry->record);
+    fault->fault_code = record.vemoFaultCode; // a fault found through a related code goes on under the new code
+
+    return clears(record) ? clear_fault(at, record) : update_fault(fault->entry, record);
+}
+
+} // namespace
+
+int32_t update_fe_database(fe_write_buf_struct *wbuf) {
+    fe_write_buf &record = *wbuf->fe_write_buf;
+    if (record.Previous_Fault_time == 0) {
+        record.Previous_Fault_time = record.Fault_time;
+        copy_text(record.PreviousTimeOfEvent, record.TimeOfEvent);
+    }
+    pthread_mutex_lock(&fe_table_mutex);
+    const int32_t result = change_table(record);
+    pthread_mutex_unlock(&fe_table_mutex);
+    return result;
+}
