@@ -1,0 +1,129 @@
+// Fault numbers: the choice of a family by entity, and the families whose tables depend on event type and offset.
+#include "classify/fault_number.h"
+
+#include "classify/event.h"
+#include "fault_engine/classify.h"
+
+namespace {
+
+constexpr number_row logical_threshold = pairs({114, 115, 116, 117, 118, 119});
+constexpr int32_t logical_discrete = 120;
+
+constexpr number_row fan_threshold = pairs({3, 4, 5, 6, 7, 8});
+constexpr number_row fan_predictive_failure = first_two(10);
+constexpr number_row fan_presence = first_two(2);
+
+constexpr number_row add_in_threshold = pairs({108, 109, 110, 108, 109, 110});
+constexpr number_row add_in_limit = first_two(111);
+constexpr number_row add_in_presence = first_two(63);
+
+constexpr number_row pci_temperature = pairs({refused, refused, 110, 108, 109, 110});
+constexpr number_row pci_threshold = pairs({refused, refused, none, none, none, none});
+constexpr number_row pci_presence = first_two(63);
+constexpr number_row pci_slots = from_zero({refused, 63, 63, 63, 63, 63, 63, 63});
+
+constexpr number_row front_panel_threshold = pairs({refused, refused, refused, 105, 106, 107});
+constexpr number_row chassis_digital = first_two(104);
+constexpr number_row firmware_presence = first_two(103);
+
+} // namespace
+
+int32_t get_fault_num(fe_read_buf *request, const sensor_data_record *sensor, const uint8_t *sel_record) {
+    switch (request->entity_id) {
+    case 3:  // processor
+    case 4:  // disk or disk bay
+    case 7:  // system board
+    case 15: // drive backplane
+    case 16: // system internal expansion board
+    case 215:
+    case 216: return get_fault_num_logicalentity(request, sensor, sel_record);
+    case 8:  // memory module
+    case 25: // other chassis board: memory board
+    case 32: return get_fault_num_mem(request, sensor, sel_record);
+    case 10: // power supply
+    case 14: // power system board
+    case 20: // DC-to-DC converter
+    case 21: return get_fault_num_ps(request, sensor, sel_record);
+    case 11: return get_fault_num_add_in(request, sensor, sel_record);
+    case 12: return get_fault_num_front_panel(request, sensor, sel_record);
+    case 23: return get_fault_num_chassis(request, sensor, sel_record);
+    case 29: return get_fault_num_fan(request, sensor, sel_record);
+    case 34: return get_fault_num_fw_bios(request, sensor, sel_record);
+    case 49: return get_fault_num_pci(request, sensor, sel_record);
+    case 46:  // management controller firmware: its events carry no number
+    case 208: // storage
+    case 209:
+    case 210:
+    case 211:
+    case 212:
+    case 213:
+    case 214: return 0;
+    default: return -1;
+    }
+}
+
+int32_t get_fault_num_logicalentity(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
+    const ipmi_event event = event_of(sel_record);
+    if (event.type == event_type::threshold) {
+        return give_number(request, logical_threshold, event.offset);
+    }
+    request->fe_fault_num = logical_discrete;
+    return 0;
+}
+
+int32_t get_fault_num_fan(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
+    const ipmi_event event = event_of(sel_record);
+    switch (event.type) {
+    case event_type::threshold: return give_number(request, fan_threshold, event.offset);
+    case event_type::predictive_failure: return give_number(request, fan_predictive_failure, event.offset);
+    case event_type::device_presence: return give_number(request, fan_presence, event.offset);
+    default: return -1;
+    }
+}
+
+int32_t get_fault_num_add_in(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
+    const ipmi_event event = event_of(sel_record);
+    switch (event.type) {
+    case event_type::threshold: return give_number(request, add_in_threshold, event.offset);
+    case event_type::limit: return give_number(request, add_in_limit, event.offset);
+    case event_type::device_presence: return give_number(request, add_in_presence, event.offset);
+    default: return -1;
+    }
+}
+
+int32_t get_fault_num_pci(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
+    const ipmi_event event = event_of(sel_record);
+    switch (event.type) {
+    case event_type::threshold:
+        return give_number(request, event.sensor_type == sensor_type::temperature ? pci_temperature : pci_threshold,
+                           event.offset);
+    case event_type::device_presence:
+        if (give_number(request, pci_presence, event.offset) != 0) {
+            return -1;
+        }
+        request->entity_instance = 0;
+        return 0;
+    case event_type::oem_70: // the offset is the slot
+        if (give_number(request, pci_slots, event.offset) != 0) {
+            return -1;
+        }
+        request->entity_instance = event.offset;
+        return 0;
+    default: return -1;
+    }
+}
+
+int32_t get_fault_num_front_panel(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
+    const ipmi_event event = event_of(sel_record);
+    return event.type == event_type::threshold ? give_number(request, front_panel_threshold, event.offset) : -1;
+}
+
+int32_t get_fault_num_chassis(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
+    const ipmi_event event = event_of(sel_record);
+    return event.type == event_type::digital ? give_number(request, chassis_digital, event.offset) : -1;
+}
+
+int32_t get_fault_num_fw_bios(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
+    const ipmi_event event = event_of(sel_record);
+    return event.type == event_type::device_presence ? give_number(request, firmware_presence, event.offset) : -1;
+}

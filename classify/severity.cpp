@@ -1,0 +1,246 @@
+// The severity of an IPMI event, by tables: one for each event/reading type.
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "classify/event.h"
+#include "fault_engine/classify.h"
+#include "platform/fe_core/fe_core.h"
+
+namespace {
+
+using severity_code = int8_t;
+
+constexpr severity_code refused = -1;   // the event raises no fault
+constexpr severity_code unwritten = -2; // the event goes on with the severity that the request came with
+constexpr severity_code cleared = FE_SEVERITY_CLEARED;
+constexpr severity_code info = FE_SEVERITY_INFO;
+constexpr severity_code warning = FE_SEVERITY_WARNING;
+constexpr severity_code minor_ = FE_SEVERITY_MINOR; // <sys/types.h> has macros major and minor
+constexpr severity_code major_ = FE_SEVERITY_MAJOR;
+constexpr severity_code critical = FE_SEVERITY_CRITICAL;
+
+enum direction : uint8_t { asserted = 1, deasserted = 2, either = 3 };
+
+// Up to three codes of entities or sensor types; none means any. Code 0 stands in no rule.
+using codes = std::array<uint8_t, 3>;
+constexpr codes any = {};
+
+struct rule {
+    uint8_t offset;
+    direction directions;
+    codes entities;
+    codes sensor_types;
+    severity_code severity;
+};
+
+constexpr uint8_t processor = 3, system_board = 7, memory_module = 8, power_supply = 10, add_in_card = 11,
+                  system_chassis = 23, memory_board = 25, memory_device = 32, system_firmware = 34;
+
+// Of the rules of one table, the first that holds decides.
+
+constexpr rule threshold_rules[] = {
+    {0, asserted, any, any, minor_},
+    {0, deasserted, any, any, cleared},
+
+    {2, asserted, any, any, major_},
+    {2, deasserted, {system_board}, any, cleared},
+    {2, deasserted, any, {sensor_type::voltage}, cleared},
+    {2, deasserted, any, any, minor_},
+
+    {4, asserted, any, any, critical},
+    {4, deasserted, {power_supply}, {sensor_type::temperature}, cleared},
+    {4, deasserted, any, any, major_},
+
+    {7, asserted, {system_board}, {sensor_type::system_event}, info},
+    {7, asserted, {memory_module, memory_board, memory_device}, {sensor_type::temperature}, info},
+    {7, asserted, any, any, minor_},
+    {7, deasserted, any, any, cleared},
+
+    {9, asserted, {system_board}, {sensor_type::system_event}, info},
+    {9, asserted, {memory_module}, {sensor_type::memory}, minor_},
+    {9, asserted, {memory_device}, {sensor_type::temperature}, minor_},
+    {9, asserted, any, any, major_},
+    {9, deasserted, {system_board}, {sensor_type::system_event}, info},
+    {9, deasserted, {memory_module, memory_board, memory_device}, {sensor_type::temperature}, info},
+    {9, deasserted, {processor}, {sensor_type::temperature, sensor_type::current}, cleared},
+    {9, deasserted, any, {sensor_type::voltage}, cleared},
+    {9, deasserted, {system_board}, {sensor_type::current, sensor_type::power_supply}, cleared},
+    {9, deasserted, any, any, minor_},
+
+    {11, asserted, {system_board}, {sensor_type::system_event}, info},
+    {11, asserted, any, {sensor_type::memory}, major_},
+    {11, asserted, any, any, critical},
+    {11, deasserted, {system_board}, {sensor_type::system_event}, info},
+    {11, deasserted, any, {sensor_type::memory}, cleared},
+    {11, deasserted, any, any, major_},
+};
+
+constexpr rule digital_rules[] = {
+    {0, either, {power_supply}, {sensor_type::power_supply}, critical},
+    {0, either, {system_chassis}, {sensor_type::physical_security}, warning},
+    {0, either, any, any, info},
+    {1, either, any, any, cleared},
+};
+
+constexpr rule predictive_failure_rules[] = {
+    {0, either, any, any, cleared},
+    {1, either, {processor, system_board}, any, critical},
+    {1, either, {power_supply}, {sensor_type::power_supply}, critical},
+    {1, either, any, any, warning},
+};
+
+constexpr rule limit_rules[] = {
+    {0, either, any, any, cleared},
+    {1, either, {processor, system_board, add_in_card}, any, major_},
+    {1, either, any, any, warning},
+};
+
+constexpr rule performance_rules[] = {
+    {0, either, any, any, cleared},
+    {1, either, {processor, system_board}, any, critical},
+    {1, either, any, any, warning},
+};
+
+constexpr rule device_presence_rules[] = {
+    {0, either, {system_board, system_firmware}, any, critical},
+    {0, either, {processor}, {sensor_type::entity_presence}, info},
+    {0, either, any, any, warning},
+    {1, either, any, any, cleared},
+};
+
+// By the offset alone; offsets past the end are refused.
+constexpr severity_code dmi_usage[] = {info, cleared, info};
+constexpr severity_code severity_transitions[] = {cleared, minor_,   major_,  critical, minor_,
+                                                  major_,  critical, warning, info};
+constexpr severity_code device_enabled[] = {critical, cleared};
+constexpr severity_code availability[] = {cleared, info, critical, cleared, major_, minor_, minor_, warning, info};
+constexpr severity_code redundancy[] = {cleared, major_, major_, major_, major_, major_, major_, major_};
+constexpr severity_code acpi_power[] = {info, info, info, info};
+
+// By offset and direction.
+struct both_directions {
+    severity_code assertion;
+    severity_code deassertion;
+};
+
+constexpr both_directions power_supply_events[] = {
+    {cleared, warning}, // 0 presence detected
+    {critical, cleared}, {critical, cleared}, {major_, cleared},
+    {warning, cleared},  {warning, cleared},  {critical, cleared}, // 6 configuration error
+};
+
+constexpr both_directions drive_slot_events[] = {
+    {cleared, warning}, // 0 drive presence
+    {warning, cleared}, {warning, cleared}, {info, cleared}, {info, cleared},
+    {warning, cleared}, {major_, cleared},  {info, cleared}, {warning, cleared},
+};
+
+constexpr both_directions slot_connector_events[] = {
+    {critical, cleared},                      // 0 fault status
+    {info, cleared},     {cleared, critical}, // 2 device installed
+    {info, cleared},     {info, cleared},     {info, cleared}, {info, cleared},
+    {info, cleared},     {info, cleared},     {info, cleared},
+};
+
+constexpr both_directions oem_70_events[] = {
+    {refused, refused}, {cleared, warning}, {cleared, warning}, {cleared, warning},
+    {cleared, warning}, {cleared, warning}, {cleared, warning}, {cleared, warning},
+};
+
+// OEM type 0x7F, offsets 8 to 11.
+constexpr uint8_t oem_7f_first_offset = 8;
+constexpr severity_code oem_7f_drive_slot[] = {cleared, warning, refused, refused};
+constexpr severity_code oem_7f_slot_connector[] = {cleared, warning, warning, cleared};
+
+constexpr bool holds(const codes &set, uint32_t code) {
+    return set[0] == 0 || (code != 0 && (set[0] == code || set[1] == code || set[2] == code));
+}
+
+constexpr severity_code first_match(std::span<const rule> rules, const ipmi_event &event, uint32_t entity) {
+    for (const rule &r : rules) {
+        if (r.offset == event.offset && (r.directions & (1U << event.direction)) != 0 && holds(r.entities, entity) &&
+            holds(r.sensor_types, event.sensor_type)) {
+            return r.severity;
+        }
+    }
+    return refused;
+}
+
+constexpr severity_code at_offset(std::span<const severity_code> severities, unsigned offset,
+                                  severity_code otherwise = refused) {
+    return offset < severities.size() ? severities[offset] : otherwise;
+}
+
+constexpr severity_code at_offset(std::span<const both_directions> severities, const ipmi_event &event) {
+    if (event.offset >= severities.size()) {
+        return refused;
+    }
+    const both_directions &both = severities[event.offset];
+    return event.direction == 0 ? both.assertion : both.deassertion;
+}
+
+constexpr severity_code sensor_specific_severity(const ipmi_event &event) {
+    switch (event.sensor_type) {
+    case sensor_type::power_supply: return at_offset(power_supply_events, event);
+    case sensor_type::drive_slot: return at_offset(drive_slot_events, event);
+    case sensor_type::slot_connector: return at_offset(slot_connector_events, event);
+    default: return refused;
+    }
+}
+
+constexpr severity_code oem_7f_severity(const ipmi_event &event) {
+    const unsigned offset = event.offset - unsigned{oem_7f_first_offset}; // below 8: wraps past the end
+    switch (event.sensor_type) {
+    case sensor_type::drive_slot: return at_offset(oem_7f_drive_slot, offset);
+    case sensor_type::slot_connector: return at_offset(oem_7f_slot_connector, offset, unwritten);
+    default: return refused;
+    }
+}
+
+constexpr severity_code severity_of(const ipmi_event &event, uint32_t entity) {
+    switch (event.type) {
+    case event_type::threshold: return first_match(threshold_rules, event, entity);
+    case event_type::dmi_usage: return at_offset(dmi_usage, event.offset);
+    case event_type::digital: return first_match(digital_rules, event, entity);
+    case event_type::predictive_failure: return first_match(predictive_failure_rules, event, entity);
+    case event_type::limit: return first_match(limit_rules, event, entity);
+    case event_type::performance: return first_match(performance_rules, event, entity);
+    case event_type::severity: return at_offset(severity_transitions, event.offset);
+    case event_type::device_presence: return first_match(device_presence_rules, event, entity);
+    case event_type::device_enabled: return at_offset(device_enabled, event.offset);
+    case event_type::availability: return at_offset(availability, event.offset);
+    case event_type::redundancy: return at_offset(redundancy, event.offset);
+    case event_type::acpi_power: return at_offset(acpi_power, event.offset);
+    case event_type::sensor_specific: return sensor_specific_severity(event);
+    case event_type::oem_70: return at_offset(oem_70_events, event);
+    case event_type::oem_7f: return oem_7f_severity(event);
+    default: return refused;
+    }
+}
+
+} // namespace
+
+int32_t fe_get_severity(fe_read_buf *request, const sensor_data_record *sensor, const uint8_t *sel_record) {
+    const uint32_t entity = sensor->entity_id;
+    const ipmi_event event = event_of(sel_record);
+    if (entity == system_board && event.type == event_type::oem_7f) {
+        return -1;
+    }
+    fe_logger("entity_id = %x eventType = %x, eventDir = %d, offset1 = %x sens_num=%d sens_type= %x\n", entity,
+              unsigned{event.type}, int{event.direction}, unsigned{event.offset}, static_cast<int>(request->sens_num),
+              unsigned{event.sensor_type});
+    request->eventType = event.type;
+
+    int32_t result = -1;
+    const severity_code severity = severity_of(event, entity);
+    if (severity != refused) {
+        if (severity != unwritten) {
+            request->vemoFaultSeverity = severity;
+        }
+        result = get_fault_num(request, sensor, sel_record);
+    }
+    fe_logger("Out of fe_get_severity switch case severity = %d fault_code = %u err: %d\n", request->vemoFaultSeverity,
+              static_cast<unsigned>(request->fe_fault_num), result);
+    return result;
+}
