@@ -1,0 +1,54 @@
+#include "sel/sel_commit.h"
+
+#include <cstring>
+
+#include "engine/commit.h"
+#include "fault_engine/fault_table.h"
+#include "platform/fe_core/fe_core.h"
+
+void settle_after_bios_post(const char *sensor_name, const fe_read_buf &request) {
+    if (fe_flag(&sel_init_complete) == 0 || strcmp(sensor_name, "BIOS_POST_CMPLT") != 0) {
+        return;
+    }
+    FEthreadSleep(30, 0);
+    if (request.vemoFaultSeverity == FE_SEVERITY_CLEARED) {
+        cleanup_deasserted_events();
+        cleanup_deasserted_events();
+    }
+}
+
+void log_event(const sel_text_rec &text, const fe_read_buf &request) {
+    fe_logger("\n\nSEL Event: %s\n", text.event);
+    fe_logger("Sensor Name: %s\n", request.sensor_name);
+    fe_logger("Sensor Number: %u\n", request.sens_num);
+    fe_logger("Entity Id: %u\n", unsigned{request.entity_id});
+    fe_logger("Entity Instance: %u\n", static_cast<unsigned>(request.entity_instance));
+    fe_logger("Entity Group Instance: %u\n", static_cast<unsigned>(request.entity_group_instance));
+    fe_logger("Fault Number: %u\n", static_cast<unsigned>(request.fe_fault_num));
+    fe_logger("Fault Severity: %u\n\n", static_cast<unsigned>(request.vemoFaultSeverity));
+}
+
+void commit_request(sel_road road, fe_read_buf *request, fe_write_buf_struct *wbuf, bool &duplicates_swept) {
+    int32_t result = fill_record(request, wbuf);
+    if (road == sel_road::ordinary) {
+        fe_logger("Exited process_write_buf err= %d\n", result);
+    } else {
+        fe_logger("process_write_buf returned err = %d\n", result);
+    }
+    if (result == 0) {
+        complete_record(wbuf->fe_write_buf);
+        result = update_fe_database(wbuf);
+    }
+    const bool started = fe_flag(&sel_init_complete) != 0;
+    if (started && !duplicates_swept) {
+        cleanup_duplicate_events();
+        duplicates_swept = true;
+    }
+    if (road == sel_road::ordinary) {
+        fe_logger("Exited update_fe_database err= %d\n", result);
+    }
+    if (started) {
+        broadcast_record(wbuf, result);
+    }
+    clear_record(wbuf->fe_write_buf);
+}

@@ -1,0 +1,18 @@
+// What the roads of ordinary and extended SEL records share once their request is filled.
+#pragma once
+
+#include "fault_engine/fault_request.h"
+#include "fault_engine/sel.h"
+
+enum class sel_road { ordinary, extended };
+
+// The end of the BIOS power-on self test settles the sensors: if `sensor_name` reports it after start-up, waits for 30
+// seconds, then drops stale faults if the event clears. Called with no lock held.
+void settle_after_bios_post(const char *sensor_name, const fe_read_buf &request);
+
+void log_event(const sel_text_rec &text, const fe_read_buf &request);
+
+// From the dispatch to the cleared record; the caller holds fe_write_buf_mutex. The first record of a road after
+// start-up also sweeps the duplicates that the start-up left; `duplicates_swept` remembers that, and the mutex guards
+// it.
+void commit_request(sel_road road, fe_read_buf *request, fe_write_buf_struct *wbuf, bool &duplicates_swept);
