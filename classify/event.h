@@ -55,3 +55,15 @@ inline constexpr uint8_t system_event = 0x12;
 inline constexpr uint8_t slot_connector = 0x21;
 inline constexpr uint8_t entity_presence = 0x25;
 } // namespace sensor_type
+
+namespace entity_id { // IPMI v2.0, table 43-13
+inline constexpr uint8_t processor = 3;
+inline constexpr uint8_t system_board = 7;
+inline constexpr uint8_t memory_module = 8;
+inline constexpr uint8_t power_supply = 10;
+inline constexpr uint8_t add_in_card = 11;
+inline constexpr uint8_t system_chassis = 23;
+inline constexpr uint8_t memory_board = 25; // "other chassis board"
+inline constexpr uint8_t memory_device = 32;
+inline constexpr uint8_t system_firmware = 34;
+} // namespace entity_id

@@ -1,8 +1,10 @@
-// Fault numbers: the choice of a family by entity, and the families whose tables depend on event type and offset.
+// Fault numbers: the choice of a family by entity, and the small families.
 #include "classify/fault_number.h"
 
 #include "classify/event.h"
 #include "fault_engine/classify.h"
+
+using namespace fault_number;
 
 namespace {
 
@@ -28,7 +30,7 @@ constexpr number_row firmware_presence = first_two(103);
 
 } // namespace
 
-int32_t get_fault_num(fe_read_buf *request, const sensor_data_record *sensor, const uint8_t *sel_record) {
+int32_t get_fault_num(fe_read_buf *request, const sensor_data_record *sensor, const uint8_t *sel_bytes) {
     switch (request->entity_id) {
     case 3:  // processor
     case 4:  // disk or disk bay
@@ -36,20 +38,20 @@ int32_t get_fault_num(fe_read_buf *request, const sensor_data_record *sensor, co
     case 15: // drive backplane
     case 16: // system internal expansion board
     case 215:
-    case 216: return get_fault_num_logicalentity(request, sensor, sel_record);
+    case 216: return get_fault_num_logicalentity(request, sensor, sel_bytes);
     case 8:  // memory module
     case 25: // other chassis board: memory board
-    case 32: return get_fault_num_mem(request, sensor, sel_record);
+    case 32: return get_fault_num_mem(request, sensor, sel_bytes);
     case 10: // power supply
     case 14: // power system board
     case 20: // DC-to-DC converter
-    case 21: return get_fault_num_ps(request, sensor, sel_record);
-    case 11: return get_fault_num_add_in(request, sensor, sel_record);
-    case 12: return get_fault_num_front_panel(request, sensor, sel_record);
-    case 23: return get_fault_num_chassis(request, sensor, sel_record);
-    case 29: return get_fault_num_fan(request, sensor, sel_record);
-    case 34: return get_fault_num_fw_bios(request, sensor, sel_record);
-    case 49: return get_fault_num_pci(request, sensor, sel_record);
+    case 21: return get_fault_num_ps(request, sensor, sel_bytes);
+    case 11: return get_fault_num_add_in(request, sensor, sel_bytes);
+    case 12: return get_fault_num_front_panel(request, sensor, sel_bytes);
+    case 23: return get_fault_num_chassis(request, sensor, sel_bytes);
+    case 29: return get_fault_num_fan(request, sensor, sel_bytes);
+    case 34: return get_fault_num_fw_bios(request, sensor, sel_bytes);
+    case 49: return get_fault_num_pci(request, sensor, sel_bytes);
     case 46:  // management controller firmware: its events carry no number
     case 208: // storage
     case 209:
@@ -62,8 +64,8 @@ int32_t get_fault_num(fe_read_buf *request, const sensor_data_record *sensor, co
     }
 }
 
-int32_t get_fault_num_logicalentity(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
-    const ipmi_event event = event_of(sel_record);
+int32_t get_fault_num_logicalentity(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_bytes) {
+    const ipmi_event event = event_of(sel_bytes);
     if (event.type == event_type::threshold) {
         return give_number(request, logical_threshold, event.offset);
     }
@@ -71,8 +73,8 @@ int32_t get_fault_num_logicalentity(fe_read_buf *request, const sensor_data_reco
     return 0;
 }
 
-int32_t get_fault_num_fan(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
-    const ipmi_event event = event_of(sel_record);
+int32_t get_fault_num_fan(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_bytes) {
+    const ipmi_event event = event_of(sel_bytes);
     switch (event.type) {
     case event_type::threshold: return give_number(request, fan_threshold, event.offset);
     case event_type::predictive_failure: return give_number(request, fan_predictive_failure, event.offset);
@@ -81,8 +83,8 @@ int32_t get_fault_num_fan(fe_read_buf *request, const sensor_data_record *, cons
     }
 }
 
-int32_t get_fault_num_add_in(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
-    const ipmi_event event = event_of(sel_record);
+int32_t get_fault_num_add_in(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_bytes) {
+    const ipmi_event event = event_of(sel_bytes);
     switch (event.type) {
     case event_type::threshold: return give_number(request, add_in_threshold, event.offset);
     case event_type::limit: return give_number(request, add_in_limit, event.offset);
@@ -91,8 +93,8 @@ int32_t get_fault_num_add_in(fe_read_buf *request, const sensor_data_record *, c
     }
 }
 
-int32_t get_fault_num_pci(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
-    const ipmi_event event = event_of(sel_record);
+int32_t get_fault_num_pci(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_bytes) {
+    const ipmi_event event = event_of(sel_bytes);
     switch (event.type) {
     case event_type::threshold:
         return give_number(request, event.sensor_type == sensor_type::temperature ? pci_temperature : pci_threshold,
@@ -113,17 +115,17 @@ int32_t get_fault_num_pci(fe_read_buf *request, const sensor_data_record *, cons
     }
 }
 
-int32_t get_fault_num_front_panel(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
-    const ipmi_event event = event_of(sel_record);
+int32_t get_fault_num_front_panel(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_bytes) {
+    const ipmi_event event = event_of(sel_bytes);
     return event.type == event_type::threshold ? give_number(request, front_panel_threshold, event.offset) : -1;
 }
 
-int32_t get_fault_num_chassis(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
-    const ipmi_event event = event_of(sel_record);
+int32_t get_fault_num_chassis(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_bytes) {
+    const ipmi_event event = event_of(sel_bytes);
     return event.type == event_type::digital ? give_number(request, chassis_digital, event.offset) : -1;
 }
 
-int32_t get_fault_num_fw_bios(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
-    const ipmi_event event = event_of(sel_record);
+int32_t get_fault_num_fw_bios(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_bytes) {
+    const ipmi_event event = event_of(sel_bytes);
     return event.type == event_type::device_presence ? give_number(request, firmware_presence, event.offset) : -1;
 }

@@ -1,4 +1,4 @@
-// Rows of fault numbers by event offset, as the families of fault numbers use them.
+// Rows of fault numbers, as the families use them.
 #pragma once
 
 #include <array>
@@ -6,7 +6,9 @@
 
 #include "fault_engine/fault_request.h"
 
-// Fault number for each of the 16 offsets, or one of the two below.
+namespace fault_number {
+
+// Fault number for each of the 16 offsets (or low four bits of event data 3), or one of the two below.
 using number_row = std::array<int16_t, 16>;
 
 inline constexpr int16_t refused = -1; // the event has no place in the table
@@ -50,3 +52,5 @@ inline int32_t give_number(fe_read_buf *request, const number_row &row, uint8_t 
     }
     return 0;
 }
+
+} // namespace fault_number

@@ -3,9 +3,9 @@
 #include "classify/fault_number.h"
 #include "fault_engine/classify.h"
 
-namespace {
+using namespace fault_number;
 
-constexpr uint8_t memory_module = 8, memory_board = 25, memory_device = 32;
+namespace {
 
 // Threshold events, columns by sensor type.
 constexpr number_row module_temperature = pairs({refused, none, none, 66, 67, 68}); // modules and devices
@@ -22,9 +22,9 @@ const number_row &threshold_row(uint8_t sensor_type_code, uint8_t sensor_entity)
     switch (sensor_type_code) {
     case sensor_type::temperature:
         switch (sensor_entity) {
-        case memory_module:
-        case memory_device: return module_temperature;
-        case memory_board: return board_temperature;
+        case entity_id::memory_module:
+        case entity_id::memory_device: return module_temperature;
+        case entity_id::memory_board: return board_temperature;
         default: return other_threshold;
         }
     case sensor_type::voltage: return voltage;
@@ -75,11 +75,11 @@ int32_t oem_7f_event(fe_read_buf *request, const ipmi_event &event, uint8_t sens
     int32_t result = -1;
     if (event.offset >= 8 && event.offset <= 11) {
         const outcome &found = outcomes[event.offset - 8];
-        request->fe_fault_num = sensor_entity == memory_board ? found.on_board : found.elsewhere;
+        request->fe_fault_num = sensor_entity == entity_id::memory_board ? found.on_board : found.elsewhere;
         request->vemoFaultSeverity = found.severity;
         result = 0;
     }
-    if (sensor_entity == memory_module) {
+    if (sensor_entity == entity_id::memory_module) {
         split_instance(request);
     }
     return result;
@@ -87,8 +87,8 @@ int32_t oem_7f_event(fe_read_buf *request, const ipmi_event &event, uint8_t sens
 
 } // namespace
 
-int32_t get_fault_num_mem(fe_read_buf *request, const sensor_data_record *sensor, const uint8_t *sel_record) {
-    const ipmi_event event = event_of(sel_record);
+int32_t get_fault_num_mem(fe_read_buf *request, const sensor_data_record *sensor, const uint8_t *sel_bytes) {
+    const ipmi_event event = event_of(sel_bytes);
     const auto sensor_entity = static_cast<uint8_t>(sensor->entity_id);
     switch (event.type) {
     case event_type::threshold:

@@ -3,6 +3,8 @@
 #include "classify/fault_number.h"
 #include "fault_engine/classify.h"
 
+using namespace fault_number;
+
 namespace {
 
 // Threshold events, columns by sensor type.
@@ -47,8 +49,8 @@ int32_t supply_event(fe_read_buf *request, const ipmi_event &event) {
 
 } // namespace
 
-int32_t get_fault_num_ps(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_record) {
-    const ipmi_event event = event_of(sel_record);
+int32_t get_fault_num_ps(fe_read_buf *request, const sensor_data_record *, const uint8_t *sel_bytes) {
+    const ipmi_event event = event_of(sel_bytes);
     switch (event.type) {
     case event_type::threshold: return give_number(request, threshold_row(event.sensor_type), event.offset);
     case event_type::digital:

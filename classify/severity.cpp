@@ -16,8 +16,8 @@ constexpr severity_code unwritten = -2; // the event goes on with the severity t
 constexpr severity_code cleared = FE_SEVERITY_CLEARED;
 constexpr severity_code info = FE_SEVERITY_INFO;
 constexpr severity_code warning = FE_SEVERITY_WARNING;
-constexpr severity_code minor_ = FE_SEVERITY_MINOR; // <sys/types.h> has macros major and minor
-constexpr severity_code major_ = FE_SEVERITY_MAJOR;
+constexpr severity_code minor = FE_SEVERITY_MINOR;
+constexpr severity_code major = FE_SEVERITY_MAJOR;
 constexpr severity_code critical = FE_SEVERITY_CRITICAL;
 
 enum direction : uint8_t { asserted = 1, deasserted = 2, either = 3 };
@@ -25,6 +25,7 @@ enum direction : uint8_t { asserted = 1, deasserted = 2, either = 3 };
 // Up to three codes of entities or sensor types; none means any. Code 0 stands in no rule.
 using codes = std::array<uint8_t, 3>;
 constexpr codes any = {};
+constexpr codes any_memory = {entity_id::memory_module, entity_id::memory_board, entity_id::memory_device};
 
 struct rule {
     uint8_t offset;
@@ -34,88 +35,86 @@ struct rule {
     severity_code severity;
 };
 
-constexpr uint8_t processor = 3, system_board = 7, memory_module = 8, power_supply = 10, add_in_card = 11,
-                  system_chassis = 23, memory_board = 25, memory_device = 32, system_firmware = 34;
-
 // Of the rules of one table, the first that holds decides.
 
 constexpr rule threshold_rules[] = {
-    {0, asserted, any, any, minor_},
+    {0, asserted, any, any, minor},
     {0, deasserted, any, any, cleared},
 
-    {2, asserted, any, any, major_},
-    {2, deasserted, {system_board}, any, cleared},
+    {2, asserted, any, any, major},
+    {2, deasserted, {entity_id::system_board}, any, cleared},
     {2, deasserted, any, {sensor_type::voltage}, cleared},
-    {2, deasserted, any, any, minor_},
+    {2, deasserted, any, any, minor},
 
     {4, asserted, any, any, critical},
-    {4, deasserted, {power_supply}, {sensor_type::temperature}, cleared},
-    {4, deasserted, any, any, major_},
+    {4, deasserted, {entity_id::power_supply}, {sensor_type::temperature}, cleared},
+    {4, deasserted, any, any, major},
 
-    {7, asserted, {system_board}, {sensor_type::system_event}, info},
-    {7, asserted, {memory_module, memory_board, memory_device}, {sensor_type::temperature}, info},
-    {7, asserted, any, any, minor_},
+    {7, asserted, {entity_id::system_board}, {sensor_type::system_event}, info},
+    {7, asserted, any_memory, {sensor_type::temperature}, info},
+    {7, asserted, any, any, minor},
     {7, deasserted, any, any, cleared},
 
-    {9, asserted, {system_board}, {sensor_type::system_event}, info},
-    {9, asserted, {memory_module}, {sensor_type::memory}, minor_},
-    {9, asserted, {memory_device}, {sensor_type::temperature}, minor_},
-    {9, asserted, any, any, major_},
-    {9, deasserted, {system_board}, {sensor_type::system_event}, info},
-    {9, deasserted, {memory_module, memory_board, memory_device}, {sensor_type::temperature}, info},
-    {9, deasserted, {processor}, {sensor_type::temperature, sensor_type::current}, cleared},
+    {9, asserted, {entity_id::system_board}, {sensor_type::system_event}, info},
+    {9, asserted, {entity_id::memory_module}, {sensor_type::memory}, minor},
+    {9, asserted, {entity_id::memory_device}, {sensor_type::temperature}, minor},
+    {9, asserted, any, any, major},
+    {9, deasserted, {entity_id::system_board}, {sensor_type::system_event}, info},
+    {9, deasserted, any_memory, {sensor_type::temperature}, info},
+    {9, deasserted, {entity_id::processor}, {sensor_type::temperature, sensor_type::current}, cleared},
     {9, deasserted, any, {sensor_type::voltage}, cleared},
-    {9, deasserted, {system_board}, {sensor_type::current, sensor_type::power_supply}, cleared},
-    {9, deasserted, any, any, minor_},
+    {9, deasserted, {entity_id::system_board}, {sensor_type::current, sensor_type::power_supply}, cleared},
+    {9, deasserted, any, any, minor},
 
-    {11, asserted, {system_board}, {sensor_type::system_event}, info},
-    {11, asserted, any, {sensor_type::memory}, major_},
+    {11, asserted, {entity_id::system_board}, {sensor_type::system_event}, info},
+    {11, asserted, any, {sensor_type::memory}, major},
     {11, asserted, any, any, critical},
-    {11, deasserted, {system_board}, {sensor_type::system_event}, info},
+    {11, deasserted, {entity_id::system_board}, {sensor_type::system_event}, info},
     {11, deasserted, any, {sensor_type::memory}, cleared},
-    {11, deasserted, any, any, major_},
+    {11, deasserted, any, any, major},
 };
 
 constexpr rule digital_rules[] = {
-    {0, either, {power_supply}, {sensor_type::power_supply}, critical},
-    {0, either, {system_chassis}, {sensor_type::physical_security}, warning},
+    {0, either, {entity_id::power_supply}, {sensor_type::power_supply}, critical},
+    {0, either, {entity_id::system_chassis}, {sensor_type::physical_security}, warning},
     {0, either, any, any, info},
     {1, either, any, any, cleared},
 };
 
 constexpr rule predictive_failure_rules[] = {
     {0, either, any, any, cleared},
-    {1, either, {processor, system_board}, any, critical},
-    {1, either, {power_supply}, {sensor_type::power_supply}, critical},
+    {1, either, {entity_id::processor, entity_id::system_board}, any, critical},
+    {1, either, {entity_id::power_supply}, {sensor_type::power_supply}, critical},
     {1, either, any, any, warning},
 };
 
 constexpr rule limit_rules[] = {
     {0, either, any, any, cleared},
-    {1, either, {processor, system_board, add_in_card}, any, major_},
+    {1, either, {entity_id::processor, entity_id::system_board, entity_id::add_in_card}, any, major},
     {1, either, any, any, warning},
 };
 
 constexpr rule performance_rules[] = {
     {0, either, any, any, cleared},
-    {1, either, {processor, system_board}, any, critical},
+    {1, either, {entity_id::processor, entity_id::system_board}, any, critical},
     {1, either, any, any, warning},
 };
 
 constexpr rule device_presence_rules[] = {
-    {0, either, {system_board, system_firmware}, any, critical},
-    {0, either, {processor}, {sensor_type::entity_presence}, info},
+    {0, either, {entity_id::system_board, entity_id::system_firmware}, any, critical},
+    {0, either, {entity_id::processor}, {sensor_type::entity_presence}, info},
     {0, either, any, any, warning},
     {1, either, any, any, cleared},
 };
 
 // By the offset alone; offsets past the end are refused.
 constexpr severity_code dmi_usage[] = {info, cleared, info};
-constexpr severity_code severity_transitions[] = {cleared, minor_,   major_,  critical, minor_,
-                                                  major_,  critical, warning, info};
+// clang-format off
+constexpr severity_code severity_transitions[] = {cleared, minor, major, critical, minor, major, critical, warning, info};
+// clang-format on
 constexpr severity_code device_enabled[] = {critical, cleared};
-constexpr severity_code availability[] = {cleared, info, critical, cleared, major_, minor_, minor_, warning, info};
-constexpr severity_code redundancy[] = {cleared, major_, major_, major_, major_, major_, major_, major_};
+constexpr severity_code availability[] = {cleared, info, critical, cleared, major, minor, minor, warning, info};
+constexpr severity_code redundancy[] = {cleared, major, major, major, major, major, major, major};
 constexpr severity_code acpi_power[] = {info, info, info, info};
 
 // By offset and direction.
@@ -124,29 +123,40 @@ struct both_directions {
     severity_code deassertion;
 };
 
-constexpr both_directions power_supply_events[] = {
-    {cleared, warning}, // 0 presence detected
-    {critical, cleared}, {critical, cleared}, {major_, cleared},
-    {warning, cleared},  {warning, cleared},  {critical, cleared}, // 6 configuration error
+// clang-format off
+
+// Sensor-specific events. A row is an offset.
+struct sensor_specific_row {
+    both_directions power_supply;
+    both_directions drive_slot;
+    both_directions slot_connector;
+};
+constexpr sensor_specific_row sensor_specific_events[] = {
+    {{cleared, warning},  {cleared, warning}, {critical, cleared}},
+    {{critical, cleared}, {warning, cleared}, {info, cleared}},
+    {{critical, cleared}, {warning, cleared}, {cleared, critical}},
+    {{major, cleared},    {info, cleared},    {info, cleared}},
+    {{warning, cleared},  {info, cleared},    {info, cleared}},
+    {{warning, cleared},  {warning, cleared}, {info, cleared}},
+    {{critical, cleared}, {major, cleared},   {info, cleared}},
+    {{refused, refused},  {info, cleared},    {info, cleared}},
+    {{refused, refused},  {warning, cleared}, {info, cleared}},
+    {{refused, refused},  {refused, refused}, {info, cleared}},
 };
 
-constexpr both_directions drive_slot_events[] = {
-    {cleared, warning}, // 0 drive presence
-    {warning, cleared}, {warning, cleared}, {info, cleared}, {info, cleared},
-    {warning, cleared}, {major_, cleared},  {info, cleared}, {warning, cleared},
-};
-
-constexpr both_directions slot_connector_events[] = {
-    {critical, cleared},                      // 0 fault status
-    {info, cleared},     {cleared, critical}, // 2 device installed
-    {info, cleared},     {info, cleared},     {info, cleared}, {info, cleared},
-    {info, cleared},     {info, cleared},     {info, cleared},
-};
-
+// OEM type 0x70. A row is an offset.
 constexpr both_directions oem_70_events[] = {
-    {refused, refused}, {cleared, warning}, {cleared, warning}, {cleared, warning},
-    {cleared, warning}, {cleared, warning}, {cleared, warning}, {cleared, warning},
+    {refused, refused},
+    {cleared, warning},
+    {cleared, warning},
+    {cleared, warning},
+    {cleared, warning},
+    {cleared, warning},
+    {cleared, warning},
+    {cleared, warning},
 };
+
+// clang-format on
 
 // OEM type 0x7F, offsets 8 to 11.
 constexpr uint8_t oem_7f_first_offset = 8;
@@ -172,21 +182,26 @@ constexpr severity_code at_offset(std::span<const severity_code> severities, uns
     return offset < severities.size() ? severities[offset] : otherwise;
 }
 
-constexpr severity_code at_offset(std::span<const both_directions> severities, const ipmi_event &event) {
-    if (event.offset >= severities.size()) {
-        return refused;
-    }
-    const both_directions &both = severities[event.offset];
-    return event.direction == 0 ? both.assertion : both.deassertion;
+constexpr severity_code in_direction(const both_directions &both, uint8_t direction) {
+    return direction == 0 ? both.assertion : both.deassertion;
 }
 
 constexpr severity_code sensor_specific_severity(const ipmi_event &event) {
+    if (event.offset >= std::size(sensor_specific_events)) {
+        return refused;
+    }
+    const sensor_specific_row &row = sensor_specific_events[event.offset];
     switch (event.sensor_type) {
-    case sensor_type::power_supply: return at_offset(power_supply_events, event);
-    case sensor_type::drive_slot: return at_offset(drive_slot_events, event);
-    case sensor_type::slot_connector: return at_offset(slot_connector_events, event);
+    case sensor_type::power_supply: return in_direction(row.power_supply, event.direction);
+    case sensor_type::drive_slot: return in_direction(row.drive_slot, event.direction);
+    case sensor_type::slot_connector: return in_direction(row.slot_connector, event.direction);
     default: return refused;
     }
+}
+
+constexpr severity_code oem_70_severity(const ipmi_event &event) {
+    return event.offset < std::size(oem_70_events) ? in_direction(oem_70_events[event.offset], event.direction)
+                                                   : refused;
 }
 
 constexpr severity_code oem_7f_severity(const ipmi_event &event) {
@@ -213,7 +228,7 @@ constexpr severity_code severity_of(const ipmi_event &event, uint32_t entity) {
     case event_type::redundancy: return at_offset(redundancy, event.offset);
     case event_type::acpi_power: return at_offset(acpi_power, event.offset);
     case event_type::sensor_specific: return sensor_specific_severity(event);
-    case event_type::oem_70: return at_offset(oem_70_events, event);
+    case event_type::oem_70: return oem_70_severity(event);
     case event_type::oem_7f: return oem_7f_severity(event);
     default: return refused;
     }
@@ -221,10 +236,10 @@ constexpr severity_code severity_of(const ipmi_event &event, uint32_t entity) {
 
 } // namespace
 
-int32_t fe_get_severity(fe_read_buf *request, const sensor_data_record *sensor, const uint8_t *sel_record) {
+int32_t fe_get_severity(fe_read_buf *request, const sensor_data_record *sensor, const uint8_t *sel_bytes) {
     const uint32_t entity = sensor->entity_id;
-    const ipmi_event event = event_of(sel_record);
-    if (entity == system_board && event.type == event_type::oem_7f) {
+    const ipmi_event event = event_of(sel_bytes);
+    if (entity == entity_id::system_board && event.type == event_type::oem_7f) {
         return -1;
     }
     fe_logger("entity_id = %x eventType = %x, eventDir = %d, offset1 = %x sens_num=%d sens_type= %x\n", entity,
@@ -238,7 +253,7 @@ int32_t fe_get_severity(fe_read_buf *request, const sensor_data_record *sensor, 
         if (severity != unwritten) {
             request->vemoFaultSeverity = severity;
         }
-        result = get_fault_num(request, sensor, sel_record);
+        result = get_fault_num(request, sensor, sel_bytes);
     }
     fe_logger("Out of fe_get_severity switch case severity = %d fault_code = %u err: %d\n", request->vemoFaultSeverity,
               static_cast<unsigned>(request->fe_fault_num), result);

@@ -21,8 +21,10 @@ function(fe_target target)
         $<$<BOOL:${FE_WERROR}>:-Werror>
         -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
     if(FE_SANITIZE)
-        target_compile_options(${target} PRIVATE -fsanitize=${FE_SANITIZE} -fno-omit-frame-pointer
-            $<$<NOT:$<STREQUAL:${FE_SANITIZE},thread>>:-fno-sanitize-recover=all>)
+        target_compile_options(${target} PRIVATE -fsanitize=${FE_SANITIZE} -fno-omit-frame-pointer)
+        if(NOT FE_SANITIZE STREQUAL "thread")
+            target_compile_options(${target} PRIVATE -fno-sanitize-recover=all)
+        endif()
         target_link_options(${target} PRIVATE -fsanitize=${FE_SANITIZE})
     endif()
 endfunction()

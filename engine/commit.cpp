@@ -6,6 +6,7 @@
 
 #include "fault_engine/classify.h"
 #include "fault_engine/engine.h"
+#include "fault_table/text_field.h"
 #include "platform/fe_core/fe_core.h"
 
 namespace {
@@ -24,6 +25,7 @@ void write_severity_word(fe_write_buf *record, int32_t severity) {
 
 int32_t fill_record(fe_read_buf *request, fe_write_buf_struct *wbuf) {
     const int32_t result = process_write_buf(request, wbuf);
+    terminate_texts(*wbuf->fe_write_buf);
     write_severity_word(wbuf->fe_write_buf, request->vemoFaultSeverity);
     return result;
 }

@@ -16,5 +16,5 @@ void broadcast_record(fe_write_buf_struct *wbuf, int32_t result);
 
 void clear_record(fe_write_buf *record);
 
-// One line a field, as the entity filter and the catalogue left the record.
+// Logs 31 fields, one a line, as they stand before the table update; what is opaque has no line.
 void dump_record(const fe_write_buf &record);

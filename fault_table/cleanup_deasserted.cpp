@@ -3,6 +3,7 @@
 #include "fault_table/clearing_record.h"
 #include "fault_table/stale_test.h"
 #include "fault_table/table.h"
+#include "fault_table/text_field.h"
 #include "fault_table/write_buffer.h"
 #include "platform/fe_core/fe_core.h"
 #include "platform/ipmi_access/ipmi_access.h"
@@ -66,6 +67,7 @@ void walk_chain(fe_write_buf_struct *copy) {
         outcome last = outcome::not_examined;
         if (is_examined(entry->record)) {
             *copy->fe_write_buf = entry->record;
+            terminate_texts(*copy->fe_write_buf);
             pthread_mutex_unlock(&fe_table_mutex);
             last = examine(copy);
             pthread_mutex_lock(&fe_table_mutex);

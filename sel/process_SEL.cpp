@@ -7,10 +7,12 @@
 #include <cstring>
 #include <syslog.h>
 
+#include "classify/event.h"
 #include "engine/buffers.h"
 #include "fault_engine/classify.h"
 #include "fault_engine/fault_table.h"
 #include "fault_engine/sel.h"
+#include "fault_table/text_field.h"
 #include "platform/fe_core/fe_core.h"
 #include "platform/ipmi_access/ipmi_access.h"
 #include "sel/little_endian.h"
@@ -48,16 +50,16 @@ sel_entry_fields take_apart(const sel_record &record) {
 }
 
 // Has the SEL library say the record in words. Returns 0, no_text, or what a failing detach returned.
-int32_t read_text(const uint8_t *bytes, const sel_record &record, sel_text_rec &text) {
+int32_t read_text(const uint8_t *sel_bytes, const sel_record &record, sel_text_rec &text) {
     if (IPMI_SELHVDBSELAttach(&text) != 0) {
         return sel_result::no_text;
     }
-    log_record(bytes);
+    log_record(sel_bytes);
     const sel_entry_fields fields = take_apart(record);
     if (IPMI_SELGetHVDBSELData(record.record_type, &fields, &text) != 0) {
         return sel_result::no_text;
     }
-    text.event[sizeof text.event - 1] = '\0';
+    terminate(text.event);
     return IPMI_SELHVDBSELDetach();
 }
 
@@ -67,7 +69,7 @@ int32_t floored_instance(const sensor_data_record &sensor) {
     return static_cast<int32_t>(sensor.entity_instance + (from_zero ? 1 : 0));
 }
 
-int32_t convert_sel_to_fe_read_buf(const uint8_t *bytes, const sensor_data_record &sensor, fe_read_buf *request) {
+int32_t convert_sel_to_fe_read_buf(const uint8_t *sel_bytes, const sensor_data_record &sensor, fe_read_buf *request) {
     request->entity_id = static_cast<uint8_t>(sensor.entity_id);
     request->entity_type = static_cast<uint8_t>(sensor.sensor_type);
     request->entity_group_instance = 1;
@@ -75,7 +77,7 @@ int32_t convert_sel_to_fe_read_buf(const uint8_t *bytes, const sensor_data_recor
     request->sens_num = sensor.sensor_number;
     request->entity_instance = floored_instance(sensor);
     fe_logger("\nEntered convert_sel_to_fe_read_buf\n");
-    const int32_t result = fe_get_severity(request, &sensor, bytes);
+    const int32_t result = fe_get_severity(request, &sensor, sel_bytes);
     if (result < 0) {
         fe_logger("\nconvert_sel_to_fe_read_buf returned err: %d\n", result);
     }
@@ -84,7 +86,7 @@ int32_t convert_sel_to_fe_read_buf(const uint8_t *bytes, const sensor_data_recor
 
 // For memory modules and boards the fault number decides on the instance, for all others the sensor data record.
 bool keeps_classified_instance(const sensor_data_record &sensor) {
-    return sensor.entity_id == 8 || sensor.entity_id == 25;
+    return sensor.entity_id == entity_id::memory_module || sensor.entity_id == entity_id::memory_board;
 }
 
 int32_t commit_sel_request(fe_read_buf *request, const sensor_data_record &sensor, const sel_text_rec &text) {
@@ -93,7 +95,7 @@ int32_t commit_sel_request(fe_read_buf *request, const sensor_data_record &senso
     buffer_use use;
     fe_write_buf_struct *wbuf = enter_write_buffer(use);
     if (wbuf == nullptr) {
-        return sel_result::refused;
+        return sel_result::no_write_buffer;
     }
     pthread_mutex_lock(&wbuf->fe_write_buf_mutex);
     if (!keeps_classified_instance(sensor)) {
@@ -108,11 +110,11 @@ int32_t commit_sel_request(fe_read_buf *request, const sensor_data_record &senso
 
 } // namespace
 
-int32_t process_sel_data(const uint8_t *bytes) {
-    if (bytes == nullptr) {
+int32_t process_sel_data(const uint8_t *sel_bytes) {
+    if (sel_bytes == nullptr) {
         return sel_result::no_record;
     }
-    const auto &record = *reinterpret_cast<const sel_record *>(bytes);
+    const auto &record = *reinterpret_cast<const sel_record *>(sel_bytes);
     if (record.record_type > last_standard_record_type) {
         return sel_result::wrong_record;
     }
@@ -120,7 +122,7 @@ int32_t process_sel_data(const uint8_t *bytes) {
         return 0;
     }
     sel_text_rec text{};
-    if (const int32_t result = read_text(bytes, record, text); result != 0) {
+    if (const int32_t result = read_text(sel_bytes, record, text); result != 0) {
         return result;
     }
 
@@ -135,7 +137,7 @@ int32_t process_sel_data(const uint8_t *bytes) {
     }
     event_word first_word;
     cut_sensor_name(text.event, request.sensor_name, first_word);
-    if (const int32_t result = convert_sel_to_fe_read_buf(bytes, sensor, &request); result < 0) {
+    if (const int32_t result = convert_sel_to_fe_read_buf(sel_bytes, sensor, &request); result < 0) {
         return result;
     }
     settle_after_bios_post(first_word, request);
@@ -188,7 +190,7 @@ int32_t populate_all_sel_events(void) {
     uint16_t unused = 0;
     uint16_t total = 0;
     if (SELTotalSEL(&area.total_first, 0, &unused, &total) != 0) {
-        return sel_result::refused;
+        return sel_result::no_sel_size;
     }
     if (total == 0) {
         return 0;

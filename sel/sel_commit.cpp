@@ -6,8 +6,8 @@
 #include "fault_engine/fault_table.h"
 #include "platform/fe_core/fe_core.h"
 
-void settle_after_bios_post(const char *sensor_name, const fe_read_buf &request) {
-    if (fe_flag(&sel_init_complete) == 0 || strcmp(sensor_name, "BIOS_POST_CMPLT") != 0) {
+void settle_after_bios_post(const char *reporter, const fe_read_buf &request) {
+    if (fe_flag(&sel_init_complete) == 0 || strcmp(reporter, "BIOS_POST_CMPLT") != 0) {
         return;
     }
     FEthreadSleep(30, 0);

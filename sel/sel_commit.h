@@ -6,9 +6,10 @@
 
 enum class sel_road { ordinary, extended };
 
-// The end of the BIOS power-on self test settles the sensors: if `sensor_name` reports it after start-up, waits for 30
-// seconds, then drops stale faults if the event clears. Called with no lock held.
-void settle_after_bios_post(const char *sensor_name, const fe_read_buf &request);
+// The end of the BIOS power-on self test settles the sensors: if `reporter` is the one that reports it after start-up,
+// waits for 30 seconds, then drops stale faults if the event clears. The reporter is the first word of the event text
+// on the ordinary road, the sensor's name on the extended one. Called with no lock held.
+void settle_after_bios_post(const char *reporter, const fe_read_buf &request);
 
 void log_event(const sel_text_rec &text, const fe_read_buf &request);
 

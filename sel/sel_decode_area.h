@@ -16,7 +16,6 @@ struct sel_decode_area {
     uint8_t opaque_18[180224]; // the SEL library's own
     sel_list_entry entries[sel_chunk_entries];
 };
-static_assert(sizeof(sel_list_entry) == 20);
 FE_AT(sel_decode_area, decoded_total, 4);
 FE_AT(sel_decode_area, total_first, 8);
 FE_AT(sel_decode_area, decoded_last, 12);

@@ -4,7 +4,8 @@
 #include <cstdint>
 
 namespace sel_result {
-inline constexpr int32_t refused = -1;
+inline constexpr int32_t no_write_buffer = -1;
+inline constexpr int32_t no_sel_size = -1;
 inline constexpr int32_t no_extended_text = -2;
 inline constexpr int32_t no_text = -102;
 inline constexpr int32_t no_record = -103;

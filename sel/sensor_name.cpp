@@ -34,11 +34,13 @@ bool is_name_second(const char *first_word) {
 void cut_sensor_name(const char *text, char (&name)[FE_SENSOR_NAME_SIZE], event_word &first_word) {
     event_word second_word;
     cut_word(cut_word(text, first_word), second_word);
-    name[0] = '\0';
-    if (second_word[0] == '\0') {
-        return;
-    }
+    const bool two_words = second_word[0] != '\0';
     event_word &chosen = is_name_second(first_word) ? second_word : first_word;
-    chosen[strlen(chosen) - 1] = '\0'; // the colon
-    copy_text(name, chosen);
+    if (chosen[0] != '\0') {
+        chosen[strlen(chosen) - 1] = '\0'; // the colon
+    }
+    name[0] = '\0';
+    if (two_words) {
+        copy_text(name, chosen);
+    }
 }

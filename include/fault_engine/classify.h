@@ -19,13 +19,14 @@ extern "C" {
 #endif
 
 /*
- * Severity of the event in the 16-byte `sel_record`, by its event/reading type, offset and direction, the sensor type
- * and the entity id word of `sensor`. Writes eventType, vemoFaultSeverity and, through get_fault_num(), the fault
- * number and for some events the instances of `request`. Returns 0, or -1 for an event that raises no fault; eventType
- * is written all the same, except for the OEM events (type 0x7F) of a system board. The pointers must be valid.
+ * Severity of the event in the 16 bytes of a SEL record, by its event/reading type, offset, direction and sensor type,
+ * and by the entity id word of `sensor`. Writes eventType, vemoFaultSeverity and, through get_fault_num(), the fault
+ * number; for some events that call also writes the instances and the severity again. Returns 0, or -1 for an event
+ * that raises no fault; eventType is written all the same, except for the OEM events (type 0x7F) of a system board. The
+ * pointers must be valid.
  */
 FE_EXPORT int32_t fe_get_severity(struct fe_read_buf *request, const struct sensor_data_record *sensor,
-                                  const uint8_t *sel_record);
+                                  const uint8_t *sel_bytes);
 
 /*
  * Fault number of the event, by the request's entity_id, written to fe_fault_num. Returns 0, also for events that are
@@ -34,27 +35,27 @@ FE_EXPORT int32_t fe_get_severity(struct fe_read_buf *request, const struct sens
  * event is refused. The pointers must be valid.
  */
 FE_EXPORT int32_t get_fault_num(struct fe_read_buf *request, const struct sensor_data_record *sensor,
-                                const uint8_t *sel_record);
+                                const uint8_t *sel_bytes);
 
 /* The families that get_fault_num() chooses from. */
 FE_EXPORT int32_t get_fault_num_logicalentity(struct fe_read_buf *request, const struct sensor_data_record *sensor,
-                                              const uint8_t *sel_record);
+                                              const uint8_t *sel_bytes);
 FE_EXPORT int32_t get_fault_num_mem(struct fe_read_buf *request, const struct sensor_data_record *sensor,
-                                    const uint8_t *sel_record);
+                                    const uint8_t *sel_bytes);
 FE_EXPORT int32_t get_fault_num_ps(struct fe_read_buf *request, const struct sensor_data_record *sensor,
-                                   const uint8_t *sel_record);
+                                   const uint8_t *sel_bytes);
 FE_EXPORT int32_t get_fault_num_add_in(struct fe_read_buf *request, const struct sensor_data_record *sensor,
-                                       const uint8_t *sel_record);
+                                       const uint8_t *sel_bytes);
 FE_EXPORT int32_t get_fault_num_front_panel(struct fe_read_buf *request, const struct sensor_data_record *sensor,
-                                            const uint8_t *sel_record);
+                                            const uint8_t *sel_bytes);
 FE_EXPORT int32_t get_fault_num_chassis(struct fe_read_buf *request, const struct sensor_data_record *sensor,
-                                        const uint8_t *sel_record);
+                                        const uint8_t *sel_bytes);
 FE_EXPORT int32_t get_fault_num_fan(struct fe_read_buf *request, const struct sensor_data_record *sensor,
-                                    const uint8_t *sel_record);
+                                    const uint8_t *sel_bytes);
 FE_EXPORT int32_t get_fault_num_fw_bios(struct fe_read_buf *request, const struct sensor_data_record *sensor,
-                                        const uint8_t *sel_record);
+                                        const uint8_t *sel_bytes);
 FE_EXPORT int32_t get_fault_num_pci(struct fe_read_buf *request, const struct sensor_data_record *sensor,
-                                    const uint8_t *sel_record);
+                                    const uint8_t *sel_bytes);
 
 /* Name of a fault code, or "Unknown". */
 FE_EXPORT const char *get_fault_code_string(uint32_t fault_code);

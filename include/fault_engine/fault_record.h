@@ -49,7 +49,7 @@ struct fe_write_buf {
     uint8_t reserved_2[2]; /* zero */
     int32_t entity_group_instance; /* group instance of the entity */
     int32_t entity_instance;       /* instance number of the entity, from 1 on the SEL road; second key of the table */
-    int32_t vemoFaultSeverity;     /* enum fe_severity */
+    int32_t vemoFaultSeverity;     /* enum fe_severity; also the clean-up passes */
     int32_t fe_fault_num;          /* fault number (classify.h) */
     int32_t vemoFaultTags;         /* fault tags; 0 on the SEL road */
     char sensor_name[FE_SENSOR_NAME_SIZE];       /* name of the sensor that reported the event */

@@ -11,7 +11,7 @@
  *
  * Invariants, whenever fe_table_mutex is free
  *   - Each entry on the chain is referenced by exactly one fault node, which lies under the entity node and the
- * instance node of the entry's entity_id and entity_instance, and whose fault_code is the entry's vemoFaultCode.
+ *     instance node of the entry's entity_id and entity_instance, and whose fault_code is the entry's vemoFaultCode.
  *   - No level is empty: an entity has an instance, an instance has a fault.
  *   - The three lists keep insertion order; new nodes go to the tail.
  *   - fe_fault_count is the number of entries on the chain.

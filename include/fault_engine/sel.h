@@ -134,17 +134,17 @@ extern "C" {
 
 /*
  * Turns one 16-byte SEL record into a fault and commits it: dispatch, related codes, fault table, broadcast (the last
- * only once the start-up walk is over). `record` may be null (-103). Takes fe_write_buf_mutex, and fe_table_mutex
- * inside it; the caller holds none of the engine's locks. Uses no heap. After start-up a "BIOS_POST_CMPLT" record
- * pauses for 30 seconds.
+ * only once the start-up walk is over). Null gives -103. Takes fe_write_buf_mutex, and fe_table_mutex
+ * inside it; the caller holds none of the engine's locks. Its own working storage is on the stack. After start-up a
+ * "BIOS_POST_CMPLT" record pauses for 30 seconds.
  */
-FE_EXPORT int32_t process_sel_data(const uint8_t *record);
+FE_EXPORT int32_t process_sel_data(const uint8_t *sel_bytes);
 
 /*
  * The same for an extended record of 24 bytes, which must not be null. Sensors up to 255, and sensor types other than
  * 1, 12 and 18, take the road of process_sel_data() with the low byte of the sensor number.
  */
-FE_EXPORT int32_t process_super_sel_data(const uint8_t *record);
+FE_EXPORT int32_t process_super_sel_data(const uint8_t *sel_bytes);
 
 /*
  * The start of the SEL side: walks the whole SEL, runs the clean-up passes, sets sel_init_complete and writes the
@@ -155,7 +155,7 @@ FE_EXPORT int32_t init_event_thread(void);
 /*
  * Sends every record of the SEL down process_sel_data(). Returns -1 when the SEL's size cannot be read, -104 when a
  * chunk cannot be decoded (then no record was processed), 0 for an empty SEL or when out of memory, otherwise the
- * result of the last record. Needs about 190 KiB of stack.
+ * result of the last record. Needs about 186 KiB of stack.
  */
 FE_EXPORT int32_t populate_all_sel_events(void);
 
