@@ -1,0 +1,163 @@
+// Extended SEL records: 24 bytes, with a 32-bit sensor number.
+#include <algorithm>
+#include <cstring>
+
+#include "classify/event.h"
+#include "engine/buffers.h"
+#include "fault_engine/classify.h"
+#include "fault_engine/sel.h"
+#include "fault_table/text_field.h"
+#include "platform/fe_core/fe_core.h"
+#include "platform/ipmi_access/ipmi_access.h"
+#include "sel/little_endian.h"
+#include "sel/sel_commit.h"
+#include "sel/sel_results.h"
+#include "sel/sensor_name.h"
+
+namespace {
+
+constexpr int32_t last_ordinary_sensor = 255;
+constexpr uint32_t extended_text_kind = 31;
+
+void log_record(int32_t sensor_number, const uint8_t *bytes) {
+    fe_logger("process_suport_sel_data: %d %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x\n",
+              sensor_number, unsigned{bytes[0]}, unsigned{bytes[1]}, unsigned{bytes[2]}, unsigned{bytes[3]},
+              unsigned{bytes[4]}, unsigned{bytes[5]}, unsigned{bytes[6]}, unsigned{bytes[7]}, unsigned{bytes[8]},
+              unsigned{bytes[9]}, unsigned{bytes[10]}, unsigned{bytes[11]}, unsigned{bytes[12]}, unsigned{bytes[13]},
+              unsigned{bytes[14]}, unsigned{bytes[15]}, unsigned{bytes[16]}, unsigned{bytes[17]}, unsigned{bytes[18]},
+              unsigned{bytes[19]}, unsigned{bytes[20]}, unsigned{bytes[21]}, unsigned{bytes[22]}, unsigned{bytes[23]});
+}
+
+template <size_t N>
+void copy_bytes(uint8_t (&to)[N], const uint8_t (&from)[N]) {
+    memcpy(to, from, N);
+}
+
+sel_record ordinary_record(const super_sel_rec &extended) {
+    sel_record record{};
+    copy_bytes(record.record_id, extended.record_id);
+    record.record_type = extended.record_type;
+    copy_bytes(record.timestamp, extended.timestamp);
+    copy_bytes(record.generator_id, extended.generator_id);
+    record.format_revision = extended.format_revision;
+    record.sensor_type = extended.sensor_type;
+    record.sensor_number = extended.sensor_number[0];
+    record.event_dir_type = extended.event_dir_type;
+    copy_bytes(record.event_data, extended.event_data);
+    return record;
+}
+
+// The entity for which the severity tables know events of that sensor type.
+struct extended_sensor {
+    uint8_t sensor_type;
+    uint8_t entity_id;
+};
+constexpr extended_sensor extended_sensors[] = {
+    {sensor_type::temperature, entity_id::memory_device},
+    {sensor_type::memory, entity_id::memory_module},
+    {sensor_type::system_event, entity_id::system_board},
+};
+
+// 0 for the types that take the ordinary road.
+constexpr uint8_t entity_of_type(uint8_t type) {
+    for (const extended_sensor &known : extended_sensors) {
+        if (known.sensor_type == type) {
+            return known.entity_id;
+        }
+    }
+    return 0;
+}
+
+// Nothing describes a sensor above 255, so its record does. Sensor 256 is instance 1 and so on, so that distinct
+// sensors stay distinct faults.
+sensor_data_record describe_sensor(int32_t sensor_number, uint8_t type) {
+    sensor_data_record sensor{};
+    sensor.sensor_number = static_cast<uint32_t>(sensor_number);
+    sensor.entity_id = entity_of_type(type);
+    sensor.entity_instance = static_cast<uint32_t>(sensor_number - last_ordinary_sensor);
+    sensor.sensor_type = type;
+    return sensor;
+}
+
+fe_read_buf request_for(const sensor_data_record &sensor) {
+    fe_read_buf request{};
+    request.entity_id = static_cast<uint8_t>(sensor.entity_id);
+    request.entity_type = static_cast<uint8_t>(sensor.sensor_type);
+    request.entity_group_instance = 1;
+    request.entity_instance = static_cast<int32_t>(sensor.entity_instance);
+    request.vemoFaultTags = 0;
+    request.sens_num = sensor.sensor_number;
+    return request;
+}
+
+// Makes the text of a record that the SEL library does not hold. False when its formatting fails.
+bool make_text(const sel_record &record, int32_t sensor_number, sel_text_rec &text) {
+    char timestamp[32] = {};
+    char date[32] = {};
+    char event[256] = {};
+    uint16_t timestamp_length = sizeof timestamp;
+    uint8_t flag_1 = 0;
+    uint8_t flag_2 = 0;
+    uint8_t work[68] = {};
+    if (HVLGSELEntryToStr(reinterpret_cast<const uint8_t *>(&record), 0, timestamp, &timestamp_length, event, &flag_1,
+                          &flag_2, work, sensor_number) != 0) {
+        return false;
+    }
+    terminate(timestamp);
+    HVLGSELUnixToCTime(timestamp, date);
+
+    text.kind = extended_text_kind;
+    copy_text(text.date, date);
+    text.timestamp_length = timestamp_length;
+    if (timestamp_length > 1) {
+        memcpy(text.timestamp, timestamp, std::min<size_t>(strlen(timestamp), timestamp_length - 1U));
+    }
+    text.flag = flag_2;
+    copy_text(text.event, event);
+    text.event_length = static_cast<uint32_t>(strlen(text.event));
+    return true;
+}
+
+} // namespace
+
+int32_t process_super_sel_data(const uint8_t *sel_bytes) {
+    static bool duplicates_swept; // guarded by fe_write_buf_mutex
+
+    const auto &extended = *reinterpret_cast<const super_sel_rec *>(sel_bytes);
+    const sel_record record = ordinary_record(extended);
+    const auto sensor_number = static_cast<int32_t>(little_endian(extended.sensor_number));
+    log_record(sensor_number, sel_bytes);
+    if (record.record_type > last_standard_record_type) {
+        return sel_result::wrong_record;
+    }
+    fe_logger("iSensorNumber: %d iSensorType: %d\n", sensor_number, int{record.sensor_type});
+    const auto *record_bytes = reinterpret_cast<const uint8_t *>(&record);
+    if (sensor_number <= last_ordinary_sensor || entity_of_type(record.sensor_type) == 0) {
+        return process_sel_data(record_bytes);
+    }
+
+    const sensor_data_record sensor = describe_sensor(sensor_number, record.sensor_type);
+    fe_read_buf request = request_for(sensor);
+    sel_text_rec text{};
+    if (!make_text(record, sensor_number, text)) {
+        return sel_result::no_extended_text;
+    }
+    event_word first_word;
+    cut_sensor_name(text.event, request.sensor_name, first_word);
+    if (const int32_t result = fe_get_severity(&request, &sensor, record_bytes); result < 0) {
+        return result;
+    }
+    settle_after_bios_post(request.sensor_name, request);
+
+    buffer_use use;
+    fe_write_buf_struct *wbuf = enter_write_buffer(use);
+    if (wbuf == nullptr) {
+        return sel_result::no_write_buffer;
+    }
+    log_event(text, request);
+    pthread_mutex_lock(&wbuf->fe_write_buf_mutex);
+    commit_request(sel_road::extended, &request, wbuf, duplicates_swept);
+    pthread_mutex_unlock(&wbuf->fe_write_buf_mutex);
+    leave_write_buffer(use);
+    return 0;
+}
