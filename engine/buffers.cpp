@@ -46,7 +46,7 @@ void await_unused(const void *buffer) {
     }
 }
 
-// The core library reads the pointers without the lock.
+// The core library and a waiting fault processor read the pointers without the lock.
 template <class Buffer>
 void store_pointer(Buffer *&pointer, Buffer *buffer) {
     __atomic_store_n(&pointer, buffer, __ATOMIC_RELEASE);
@@ -60,15 +60,38 @@ void withdraw_pointer(Buffer *&pointer, const Buffer *buffer) {
     }
 }
 
-// The pair belongs to producer and consumer alike: the last of them destroys it.
-void destroy_wait_pair_if_unused(fe_read_buf_struct *rbuf) {
-    if (!is_used(rbuf)) {
-        pthread_cond_destroy(&rbuf->fe_read_wait_cond);
-        pthread_mutex_destroy(&rbuf->fe_read_wait_mutex);
+bool has_other_uses(const buffer_use &mine) {
+    for (const buffer_use *use = uses; use != nullptr; use = use->next) {
+        if (use != &mine && use->buffer == mine.buffer) {
+            return true;
+        }
     }
+    return false;
+}
+
+// The wait pair belongs to producer and consumer alike: the last of them destroys it. That can take as long as somebody
+// waits on it, so the lock is not held.
+void end_read_buffer_use(fe_read_buf_struct *rbuf, buffer_use &use) {
+    pthread_mutex_lock(&buffer_lives);
+    if (!has_other_uses(use)) {
+        pthread_mutex_unlock(&buffer_lives);
+        pthread_cond_destroy(cond_of(rbuf->fe_read_wait_cond));
+        pthread_mutex_destroy(&rbuf->fe_read_wait_mutex);
+        pthread_mutex_lock(&buffer_lives);
+    }
+    end_use(use);
+    pthread_mutex_unlock(&buffer_lives);
 }
 
 } // namespace
+
+void init_pair(pthread_mutex_t &mutex, pthread_mutexattr_t &mutex_attr, fe_shared_cond &cond,
+               pthread_condattr_t &cond_attr) {
+    pthread_mutexattr_init(&mutex_attr);
+    pthread_mutex_init(&mutex, &mutex_attr);
+    pthread_condattr_init(&cond_attr);
+    pthread_cond_init(cond_of(cond), &cond_attr);
+}
 
 fe_write_buf_struct *enter_write_buffer(buffer_use &use) {
     pthread_mutex_lock(&buffer_lives);
@@ -112,22 +135,15 @@ fe_read_buf_struct *enter_read_buffer(buffer_use &use) {
     return rbuf;
 }
 
-bool is_read_buffer_published() {
-    pthread_mutex_lock(&buffer_lives);
-    const bool published = fe_read_buf_struct_ptr != nullptr;
-    pthread_mutex_unlock(&buffer_lives);
-    return published;
+bool is_published(const fe_read_buf_struct *rbuf) {
+    return __atomic_load_n(&fe_read_buf_struct_ptr, __ATOMIC_ACQUIRE) == rbuf;
 }
 
 void leave_read_buffer(fe_read_buf_struct *rbuf, buffer_use &use) {
     pthread_mutex_lock(&rbuf->fe_read_wait_mutex);
-    pthread_cond_broadcast(&rbuf->fe_read_wait_cond);
+    pthread_cond_broadcast(cond_of(rbuf->fe_read_wait_cond));
     pthread_mutex_unlock(&rbuf->fe_read_wait_mutex);
-
-    pthread_mutex_lock(&buffer_lives);
-    end_use(use);
-    destroy_wait_pair_if_unused(rbuf);
-    pthread_mutex_unlock(&buffer_lives);
+    end_read_buffer_use(rbuf, use);
 }
 
 void publish_read_buffer(fe_read_buf_struct *rbuf, buffer_use &use) {
@@ -140,9 +156,8 @@ void publish_read_buffer(fe_read_buf_struct *rbuf, buffer_use &use) {
 void withdraw_read_buffer(fe_read_buf_struct *rbuf, buffer_use &use) {
     pthread_mutex_lock(&buffer_lives);
     withdraw_pointer(fe_read_buf_struct_ptr, rbuf);
-    end_use(use);
-    destroy_wait_pair_if_unused(rbuf);
     pthread_mutex_unlock(&buffer_lives);
+    end_read_buffer_use(rbuf, use);
 }
 
 void await_read_buffer_unused(const fe_read_buf_struct *rbuf) {

@@ -6,12 +6,10 @@
 
 #include "fault_engine/classify.h"
 #include "fault_engine/engine.h"
-#include "fault_table/text_field.h"
+#include "fault_table/update_result.h"
 #include "platform/fe_core/fe_core.h"
 
 namespace {
-
-constexpr int32_t repeated_storage_fault = 2; // of update_fe_database()
 
 void write_severity_word(fe_write_buf *record, int32_t severity) {
     static constexpr std::string_view words[] = {"cleared", "info", {}, "warning", "minor", "major", "critical"};
@@ -25,7 +23,6 @@ void write_severity_word(fe_write_buf *record, int32_t severity) {
 
 int32_t fill_record(fe_read_buf *request, fe_write_buf_struct *wbuf) {
     const int32_t result = process_write_buf(request, wbuf);
-    terminate_texts(*wbuf->fe_write_buf);
     write_severity_word(wbuf->fe_write_buf, request->vemoFaultSeverity);
     return result;
 }

@@ -18,29 +18,30 @@ fe_write_buf_struct *new_write_buffer() {
     if (wbuf == nullptr) {
         return nullptr;
     }
-    pthread_mutexattr_init(&fe_write_buf_mutex_attr);
-    pthread_mutex_init(&wbuf->fe_write_buf_mutex, &fe_write_buf_mutex_attr);
-    pthread_condattr_init(&fe_write_buf_cond_attr);
-    pthread_cond_init(&wbuf->fe_write_buf_cond, &fe_write_buf_cond_attr);
+    init_pair(wbuf->fe_write_buf_mutex, fe_write_buf_mutex_attr, wbuf->fe_write_buf_cond, fe_write_buf_cond_attr);
     return wbuf;
 }
 
 // Releases whoever waits on the write buffer; nobody uses it any more.
 void destroy_write_buffer_pair(fe_write_buf_struct *wbuf) {
     pthread_mutex_lock(&wbuf->fe_write_buf_mutex);
-    pthread_cond_broadcast(&wbuf->fe_write_buf_cond);
+    pthread_cond_broadcast(cond_of(wbuf->fe_write_buf_cond));
     pthread_mutex_unlock(&wbuf->fe_write_buf_mutex);
-    pthread_cond_destroy(&wbuf->fe_write_buf_cond);
+    pthread_cond_destroy(cond_of(wbuf->fe_write_buf_cond));
     pthread_mutex_destroy(&wbuf->fe_write_buf_mutex);
+}
+
+bool is_stopping(const fe_read_buf_struct *rbuf) {
+    return fe_flag(&fe_not_running) != 0 || !is_published(rbuf);
 }
 
 // Waits for the next request and takes it. False when the engine is stopping.
 bool take_request(fe_read_buf_struct *rbuf, fe_read_buf &request) {
     pthread_mutex_lock(&rbuf->fe_read_buf_mutex);
-    while (fe_flag(&fe_read_complete) == 0 && fe_flag(&fe_not_running) == 0) {
-        pthread_cond_wait(&rbuf->fe_read_buf_cond, &rbuf->fe_read_buf_mutex);
+    while (fe_flag(&fe_read_complete) == 0 && !is_stopping(rbuf)) {
+        pthread_cond_wait(cond_of(rbuf->fe_read_buf_cond), &rbuf->fe_read_buf_mutex);
     }
-    if (fe_flag(&fe_not_running) != 0) {
+    if (is_stopping(rbuf)) {
         pthread_mutex_unlock(&rbuf->fe_read_buf_mutex);
         return false;
     }
@@ -50,7 +51,7 @@ bool take_request(fe_read_buf_struct *rbuf, fe_read_buf &request) {
 
     pthread_mutex_lock(&rbuf->fe_read_wait_mutex);
     fe_set_flag(&fe_read_complete, 0);
-    pthread_cond_signal(&rbuf->fe_read_wait_cond);
+    pthread_cond_signal(cond_of(rbuf->fe_read_wait_cond));
     pthread_mutex_unlock(&rbuf->fe_read_wait_mutex);
     return true;
 }
@@ -81,7 +82,7 @@ void *fault_processor(void *) {
     buffer_use consumer;
     fe_read_buf_struct *rbuf = enter_read_buffer(consumer);
     fe_read_buf request;
-    while (rbuf != nullptr && is_read_buffer_published() && take_request(rbuf, request)) {
+    while (rbuf != nullptr && take_request(rbuf, request)) {
         process_request(&request, wbuf);
     }
 

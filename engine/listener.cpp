@@ -26,15 +26,6 @@ void settle_start() {
     pthread_mutex_unlock(&start_lock);
 }
 
-// A mutex and its condition, each with its attribute object at the defaults.
-void init_pair(pthread_mutex_t *mutex, pthread_mutexattr_t *mutex_attr, fe_shared_cond *cond,
-               pthread_condattr_t *cond_attr) {
-    pthread_mutexattr_init(mutex_attr);
-    pthread_mutex_init(mutex, mutex_attr);
-    pthread_condattr_init(cond_attr);
-    pthread_cond_init(cond, cond_attr);
-}
-
 // Null when out of memory.
 fe_read_buf_struct *new_read_buffer() {
     auto *rbuf = static_cast<fe_read_buf_struct *>(calloc(1, sizeof(fe_read_buf_struct)));
@@ -46,15 +37,15 @@ fe_read_buf_struct *new_read_buffer() {
         free(rbuf);
         return nullptr;
     }
-    init_pair(&rbuf->fe_read_buf_mutex, &fe_read_buf_mutex_attr, &rbuf->fe_read_buf_cond, &fe_read_buf_cond_attr);
-    init_pair(&rbuf->fe_read_wait_mutex, &fe_read_wait_mutex_attr, &rbuf->fe_read_wait_cond, &fe_read_wait_cond_attr);
+    init_pair(rbuf->fe_read_buf_mutex, fe_read_buf_mutex_attr, rbuf->fe_read_buf_cond, fe_read_buf_cond_attr);
+    init_pair(rbuf->fe_read_wait_mutex, fe_read_wait_mutex_attr, rbuf->fe_read_wait_cond, fe_read_wait_cond_attr);
     return rbuf;
 }
 
 void stop_engine(fe_read_buf_struct *rbuf) {
     pthread_mutex_lock(&rbuf->fe_read_buf_mutex);
     fe_set_flag(&fe_not_running, 1);
-    pthread_cond_broadcast(&rbuf->fe_read_buf_cond);
+    pthread_cond_broadcast(cond_of(rbuf->fe_read_buf_cond));
     pthread_mutex_unlock(&rbuf->fe_read_buf_mutex);
 }
 
@@ -70,12 +61,14 @@ void *listener(void *) {
     }
     fe_init_interface(rbuf);
 
+    // Withdrawn before the wake-up: a fault processor that misses the stop flag still sees that its buffer is no more.
     withdraw_read_buffer(rbuf, producer);
     stop_engine(rbuf);
     await_read_buffer_unused(rbuf);
-    pthread_cond_destroy(&rbuf->fe_read_buf_cond);
+    pthread_cond_destroy(cond_of(rbuf->fe_read_buf_cond));
     pthread_mutex_destroy(&rbuf->fe_read_buf_mutex);
     free(rbuf->fe_read_buf);
+    rbuf->fe_read_buf = nullptr;
     free(rbuf);
     return nullptr;
 }

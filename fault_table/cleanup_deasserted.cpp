@@ -1,17 +1,20 @@
 // Clears the faults whose sensors no longer report them.
 #include "fault_engine/sel.h"
 #include "fault_table/clearing_record.h"
-#include "fault_table/stale_test.h"
+#include "fault_table/staleness.h"
 #include "fault_table/table.h"
 #include "fault_table/text_field.h"
 #include "fault_table/write_buffer.h"
 #include "platform/fe_core/fe_core.h"
 #include "platform/ipmi_access/ipmi_access.h"
 
+sensor_data_record sensor_data_rec;
+uint32_t record_type;
+
 namespace {
 
 // Guards sensor_data_rec and record_type, the output areas of the sensor calls: one pass at a time. Taken before
-// fe_table_mutex, and with no other lock held.
+// fe_table_mutex.
 pthread_mutex_t stale_pass_mutex = PTHREAD_MUTEX_INITIALIZER;
 
 enum class outcome { not_examined, unreadable, kept, cleared };
@@ -28,6 +31,7 @@ outcome examine(fe_write_buf_struct *copy) {
     uint32_t unused_1 = 0;
     uint32_t unused_2 = 0;
     uint32_t state = 0;
+    text_scratch scratch;
     if (IPMI_SensorGetSensorData(sensor_number, &record_type, &sensor_data_rec) != 0) {
         return outcome::unreadable;
     }
@@ -36,43 +40,43 @@ outcome examine(fe_write_buf_struct *copy) {
         return outcome::unreadable;
     }
     const uint32_t sensor_type = sensor_data_rec.sensor_type;
-    fe_logger("sensr_name: %s iCurrentstatus:%d type_code: %u iSensorType: %d\n", record.sensor_name,
+    fe_logger("sensr_name: %s iCurrentstatus:%d type_code: %u iSensorType: %d\n", as_text(record.sensor_name, scratch),
               static_cast<int>(state), type_code, static_cast<int>(sensor_type));
     if (!is_stale(type_code, sensor_type, state)) {
         return outcome::kept;
     }
-    fe_logger("Clearing stale fault - %s (severity: %u)\n", record.FaultDescription,
+    fe_logger("Clearing stale fault - %s (severity: %u)\n", as_text(record.FaultDescription, scratch),
               static_cast<unsigned>(record.vemoFaultSeverity));
     make_clearing(record);
     return update_fe_database(copy) == -1 ? outcome::kept : outcome::cleared;
 }
 
-// Where to go on from `entry`, with fe_table_mutex held again. `start` is the head at which the walk started last.
-fe_table_entry *go_on(fe_table_entry *entry, fe_table_entry *&start, outcome last) {
-    const bool head_counts = last != outcome::unreadable;
-    if (head_counts && (fe_table_head_ptr != start || last == outcome::cleared)) {
-        return start = fe_table_head_ptr;
+// Whether the walk starts again at the head rather than going on behind `entry`; fe_table_mutex is held again. `start`
+// is the head at which it started last.
+bool starts_again(const fe_table_entry *entry, const fe_table_entry *start, outcome last) {
+    if (last != outcome::unreadable && (fe_table_head_ptr != start || last == outcome::cleared)) {
+        return true;
     }
     // While the lock was free, another thread may have taken the entry away.
-    if (last != outcome::not_examined && *find_entry(&fe_table_head_ptr, entry) == nullptr) {
-        return start = fe_table_head_ptr;
-    }
-    return entry->next;
+    return last != outcome::not_examined && *find_entry(&fe_table_head_ptr, entry) == nullptr;
 }
 
 void walk_chain(fe_write_buf_struct *copy) {
     pthread_mutex_lock(&fe_table_mutex);
-    fe_table_entry *start = fe_table_head_ptr;
-    for (fe_table_entry *entry = start; entry != nullptr;) {
+    const fe_table_entry *start = fe_table_head_ptr;
+    for (fe_table_entry *entry = fe_table_head_ptr; entry != nullptr;) {
         outcome last = outcome::not_examined;
         if (is_examined(entry->record)) {
             *copy->fe_write_buf = entry->record;
-            terminate_texts(*copy->fe_write_buf);
             pthread_mutex_unlock(&fe_table_mutex);
             last = examine(copy);
             pthread_mutex_lock(&fe_table_mutex);
         }
-        entry = go_on(entry, start, last);
+        if (starts_again(entry, start, last)) {
+            start = entry = fe_table_head_ptr;
+        } else {
+            entry = entry->next;
+        }
     }
     pthread_mutex_unlock(&fe_table_mutex);
 }

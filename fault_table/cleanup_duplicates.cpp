@@ -70,16 +70,17 @@ place clear_older_twin(const place &at, fe_write_buf_struct *clearing) {
     update_fe_database(clearing);
 
     pthread_mutex_lock(&fe_table_mutex);
-    place go_on = find_first(entity_id, entity_instance);
-    if (go_on.entity == nullptr) {
+    place then = find_first(entity_id, entity_instance);
+    if (then.entity == nullptr) {
         return first_of(entity_id_list_head_ptr);
     }
-    // The list's first node may have been the one cleared; else the walk goes on behind, if that is still there.
-    fault_node **behind = find_link(&go_on.instance->fault_list, [=](const fault_node &node) { return &node == next; });
-    if (go_on.fault == first && *behind != nullptr) {
-        go_on.fault = next;
+    // The list's first node may have been the one cleared; else the walk goes on behind, if that is still there. Where a
+    // related code had an earlier node cleared instead, the twins are left to the next sweep.
+    fault_node **behind = find_link(&then.instance->fault_list, [=](const fault_node &node) { return &node == next; });
+    if (then.fault == first && *behind != nullptr) {
+        then.fault = next;
     }
-    return go_on;
+    return then;
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// The table files. Their readers are other processes, which lock the files in the same order: entry file, count file.
+// The table files. The locks are for their readers in other processes: entry file first, then count file.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -12,11 +12,11 @@ int open_table_file(const char *path) {
 }
 
 // A table that cannot be published is still the table: nothing is done about a file that fails.
-void write_all(int fd, const void *bytes, size_t size) {
+void write_once(int fd, const void *bytes, size_t size) {
     [[maybe_unused]] const ssize_t written = write(fd, bytes, size);
 }
 
-void lock_whole(int fd, int command) {
+void lock_file(int fd, int command) {
     [[maybe_unused]] const int result = lockf(fd, command, 0);
 }
 
@@ -26,22 +26,22 @@ void write_to_fe_file(fe_table_entry *first) {
     if (fe_flag(&sel_init_complete) == 0) {
         return;
     }
-    const int entries = open_table_file("/tmp/fe_table.entry");
-    const int count = open_table_file("/tmp/fe_table.sz");
-    lock_whole(entries, F_LOCK);
-    lock_whole(count, F_LOCK);
+    const int entry_fd = open_table_file("/tmp/fe_table.entry");
+    const int count_fd = open_table_file("/tmp/fe_table.sz");
+    lock_file(entry_fd, F_LOCK);
+    lock_file(count_fd, F_LOCK);
 
-    write_all(count, &fe_fault_count, sizeof fe_fault_count);
-    if (entries > 0) {
+    write_once(count_fd, &fe_fault_count, sizeof fe_fault_count);
+    if (entry_fd > 0) {
         for (const fe_table_entry *entry = first; entry != nullptr; entry = entry->next) {
-            write_all(entries, &entry->record, sizeof entry->record);
+            write_once(entry_fd, &entry->record, sizeof entry->record);
         }
     }
-    fsync(entries);
-    fsync(count);
+    fsync(entry_fd);
+    fsync(count_fd);
 
-    lock_whole(count, F_ULOCK);
-    lock_whole(entries, F_ULOCK);
-    close(entries);
-    close(count);
+    lock_file(count_fd, F_ULOCK);
+    lock_file(entry_fd, F_ULOCK);
+    close(entry_fd);
+    close(count_fd);
 }

@@ -1,14 +1,9 @@
 #include "fault_table/table.h"
 
-#include "fault_engine/sel.h"
-
 entity_id_node *entity_id_list_head_ptr;
 fe_table_entry *fe_table_head_ptr;
 uint32_t fe_fault_count;
 pthread_mutex_t fe_table_mutex = PTHREAD_MUTEX_INITIALIZER;
-
-sensor_data_record sensor_data_rec;
-uint32_t record_type;
 
 void remove_from_index(const fault_position &position) {
     unlink_and_free(position.fault);

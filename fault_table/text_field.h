@@ -10,28 +10,26 @@
 template <size_t ToSize, size_t FromSize>
 void copy_text(char (&to)[ToSize], const char (&from)[FromSize]) {
     const size_t length = strnlen(from, ToSize < FromSize ? ToSize - 1 : FromSize - 1);
-    memmove(to, from, length);
+    memcpy(to, from, length);
     to[length] = '\0';
 }
 
+// Ends a text of ours that somebody else has filled.
 template <size_t Size>
 void terminate(char (&text)[Size]) {
     text[Size - 1] = '\0';
 }
 
-// Puts the NUL into the last byte of every text field, which is where it is in every valid record. What the entity
-// filter copied out of a request may be as wide as its field.
-inline void terminate_texts(fe_write_buf &record) {
-    terminate(record.sensor_name);
-    terminate(record.severity_word);
-    terminate(record.entity_DN);
-    terminate(record.fault_DN);
-    terminate(record.entity_RN);
-    terminate(record.fault_RN);
-    terminate(record.FaultDescription);
-    terminate(record.TimeOfEvent);
-    terminate(record.PreviousTimeOfEvent);
-    terminate(record.opaque_text_756);
-    terminate(record.opaque_text_792);
-    terminate(record.FaultName);
+using text_scratch = char[sizeof fe_write_buf::FaultDescription]; // as wide as the widest text field
+
+// A field of a record to be printed: the field itself or, when its NUL is missing, a copy cut to fit.
+template <size_t Size>
+const char *as_text(const char (&field)[Size], text_scratch &scratch) {
+    static_assert(Size <= sizeof scratch);
+    if (field[Size - 1] == '\0') {
+        return field;
+    }
+    memcpy(scratch, field, Size - 1);
+    scratch[Size - 1] = '\0';
+    return scratch;
 }

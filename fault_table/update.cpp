@@ -4,10 +4,11 @@
 #include "fault_table/storage_status.h"
 #include "fault_table/table.h"
 #include "fault_table/text_field.h"
+#include "fault_table/update_result.h"
 #include "platform/fe_core/fe_core.h"
 
 // Every line of the table ends in the keys and the severity of a record.
-#define LOG_CHANGE(text, record)                                                                              \
+#define LOG_FAULT(text, record)                                                                               \
     fe_logger(text " (%u/%u/curr:%u-prev:%u) - sev: %u\n", unsigned{(record).entity_id},                      \
               static_cast<unsigned>((record).entity_instance), static_cast<unsigned>((record).vemoFaultCode), \
               static_cast<unsigned>((record).prev_vemoFaultCode), static_cast<unsigned>((record).vemoFaultSeverity))
@@ -15,7 +16,6 @@
 namespace {
 
 constexpr int32_t changed = 0;
-constexpr int32_t repeated_on_storage = 2;
 constexpr int32_t nothing_changed = -1;
 
 bool clears(const fe_write_buf &record) {
@@ -52,16 +52,17 @@ bool allocate(Node *&node) {
     return node != nullptr;
 }
 
-// All or nothing.
+// All or nothing, from the top down.
 bool allocate_branch(new_branch &branch, missing level) {
-    if ((level != missing::entity || allocate(branch.entity)) &&
-        (level == missing::fault || allocate(branch.instance)) && allocate(branch.fault) && allocate(branch.entry)) {
-        return true;
+    const bool ok = (level != missing::entity || allocate(branch.entity)) &&
+                    (level == missing::fault || allocate(branch.instance)) && //
+                    allocate(branch.fault) && allocate(branch.entry);
+    if (!ok) {
+        free(branch.fault);
+        free(branch.instance);
+        free(branch.entity);
     }
-    free(branch.fault);
-    free(branch.instance);
-    free(branch.entity);
-    return false;
+    return ok;
 }
 
 bool create_branch(new_branch &branch, missing level, fe_write_buf &record) {
@@ -85,15 +86,16 @@ bool create_branch(new_branch &branch, missing level, fe_write_buf &record) {
 void add_to_chain(fe_table_entry *entry) {
     entry->next = fe_table_head_ptr;
     fe_table_head_ptr = entry;
-    if (fe_fault_count < FE_TABLE_MAX_FAULTS) {
+    const bool has_older = entry->next != nullptr;
+    if (fe_fault_count < FE_TABLE_MAX_FAULTS || !has_older) {
         ++fe_fault_count;
     } else {
         remove_last_fe_table_entry(&fe_table_head_ptr, &entity_id_list_head_ptr);
     }
 }
 
-// The fault is not in the table: `tail` is the end of the list that lacks it at `level`.
-int32_t create_fault(fault_position tail, missing level, fe_write_buf &record) {
+// The fault is not in the table: of `tail`, the link at `level` is the end of the list that lacks it.
+int32_t create_fault(const fault_position &tail, missing level, fe_write_buf &record) {
     if (clears(record)) {
         return nothing_changed;
     }
@@ -103,15 +105,15 @@ int32_t create_fault(fault_position tail, missing level, fe_write_buf &record) {
     }
     switch (level) {
     case missing::entity:
-        LOG_CHANGE("Fault node hierarchy created from entity id", record);
+        LOG_FAULT("Fault node hierarchy created from entity id", record);
         *tail.entity = branch.entity;
         break;
     case missing::instance:
-        LOG_CHANGE("Fault node hierarchy created from instance", record);
+        LOG_FAULT("Fault node hierarchy created from instance", record);
         *tail.instance = branch.instance;
         break;
     case missing::fault:
-        LOG_CHANGE("Fault node created", record);
+        LOG_FAULT("Fault node created", record);
         *tail.fault = branch.fault;
         break;
     }
@@ -121,10 +123,11 @@ int32_t create_fault(fault_position tail, missing level, fe_write_buf &record) {
 }
 
 void take_off_chain(const fe_table_entry *entry) {
-    fe_table_entry **link = find_entry(&fe_table_head_ptr, entry);
-    if (*link != nullptr) {
-        *link = entry->next;
+    fe_table_entry **link = &fe_table_head_ptr;
+    while (*link != entry) {
+        link = &(*link)->next;
     }
+    *link = entry->next;
 }
 
 void move_to_head(fe_table_entry *entry) {
@@ -141,16 +144,16 @@ void carry_over(fe_write_buf &record, const fe_write_buf &stored) {
 }
 
 int32_t update_fault(fe_table_entry *entry, fe_write_buf &record) {
-    LOG_CHANGE("Update the fault found", record);
+    LOG_FAULT("Update the fault found", record);
     carry_over(record, entry->record);
     entry->record = record;
     move_to_head(entry);
     write_to_fe_file(fe_table_head_ptr);
-    return is_storage_entity(record.entity_id) ? repeated_on_storage : changed;
+    return is_storage_entity(record.entity_id) ? repeated_storage_fault : changed;
 }
 
 int32_t clear_fault(const fault_position &position, fe_write_buf &record) {
-    LOG_CHANGE("Clear the fault found", record);
+    LOG_FAULT("Clear the fault found", record);
     fe_table_entry *entry = (*position.fault)->entry;
     carry_over(record, entry->record);
     uncount_storage_fault(entry->record.entity_id, entry->record.vemoFaultSeverity);
@@ -166,30 +169,30 @@ int32_t change_table(fe_write_buf &record) {
     fault_position at{};
     at.entity = find_entity(&entity_id_list_head_ptr, record.entity_id);
     if (entity_id_list_head_ptr == nullptr) {
-        LOG_CHANGE("List NULL, NO entity id found", record);
+        LOG_FAULT("List NULL, NO entity id found", record);
         return create_fault(at, missing::entity, record);
     }
     if (*at.entity == nullptr) {
-        LOG_CHANGE("Entity id NOT found", record);
+        LOG_FAULT("Entity id NOT found", record);
         return create_fault(at, missing::entity, record);
     }
-    LOG_CHANGE("Entity id found", record);
+    LOG_FAULT("Entity id found", record);
 
     at.instance = find_instance(&(*at.entity)->instance_list, record.entity_instance);
     if (*at.instance == nullptr) {
-        LOG_CHANGE("Entity instance NOT found", record);
+        LOG_FAULT("Entity instance NOT found", record);
         return create_fault(at, missing::instance, record);
     }
-    LOG_CHANGE("Entity instance found", record);
+    LOG_FAULT("Entity instance found", record);
 
     at.fault =
         find_link(&(*at.instance)->fault_list, [&](const fault_node &node) { return is_fault_of(node, record); });
     if (*at.fault == nullptr) {
-        LOG_CHANGE("Fault node NOT found", record);
+        LOG_FAULT("Fault node NOT found", record);
         return create_fault(at, missing::fault, record);
     }
     fault_node *fault = *at.fault;
-    LOG_CHANGE("Fault node found", fault->entry->record);
+    LOG_FAULT("Fault node found", fault->entry->record);
     fault->fault_code = record.vemoFaultCode; // a fault found through a related code goes on under the new code
 
     return clears(record) ? clear_fault(at, record) : update_fault(fault->entry, record);

@@ -17,5 +17,6 @@ fe_write_buf_struct *allocate_write_buffer() {
 
 void free_write_buffer(fe_write_buf_struct *wbuf) {
     free(wbuf->fe_write_buf);
+    wbuf->fe_write_buf = nullptr;
     free(wbuf);
 }

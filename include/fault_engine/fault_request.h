@@ -59,7 +59,7 @@ FE_AT(fe_read_buf, sens_num, 48);
 
 /*
  * A condition inside a shared block. On 32-bit ARM pthread_cond_t is 48 bytes aligned to 8, but the blocks lay it
- * at the next 4-byte boundary; everywhere else this is the type's own alignment.
+ * at the next 4-byte boundary. On 64-bit machines this is the type's own alignment.
  */
 typedef pthread_cond_t fe_shared_cond __attribute__((aligned(__SIZEOF_POINTER__)));
 

@@ -97,7 +97,7 @@ FE_EXPORT void cleanup_duplicate_events(void);
 /*
  * Asks each reporting sensor for its present state and clears the faults whose sensors no longer report them; storage
  * entities and sensors numbered above 255 are left alone. Broadcasts nothing; does nothing when out of memory.
- * Takes fe_table_mutex, but not across the sensor calls, which are slow. The caller holds none of the engine's locks.
+ * Takes fe_table_mutex, but not across the sensor calls, which are slow; the caller does not hold it.
  */
 FE_EXPORT void cleanup_deasserted_events(void);
 

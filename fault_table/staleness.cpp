@@ -1,4 +1,4 @@
-#include "fault_table/stale_test.h"
+#include "fault_table/staleness.h"
 
 #include <bit>
 
