@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <numeric>
 #include <span>
 
 #include "fault_engine/classify.h"
@@ -93,6 +94,21 @@ constexpr related_row related_codes[] = {
 };
 static_assert(std::size(related_codes) == 57);
 
+// The rows in order of their fault codes, each of which has one row. Every fault is looked up, and most have none.
+constexpr auto rows_by_code = [] {
+    std::array<uint8_t, std::size(related_codes)> rows{};
+    std::iota(rows.begin(), rows.end(), uint8_t{0});
+    std::sort(rows.begin(), rows.end(), [](uint8_t a, uint8_t b) { return related_codes[a][0] < related_codes[b][0]; });
+    return rows;
+}();
+
+// Null when the code is related to none.
+const related_row *related_row_of(int32_t code) {
+    const auto *found = std::lower_bound(rows_by_code.begin(), rows_by_code.end(), code,
+                                         [](uint8_t row, int32_t wanted) { return related_codes[row][0] < wanted; });
+    return found != rows_by_code.end() && related_codes[*found][0] == code ? &related_codes[*found] : nullptr;
+}
+
 } // namespace
 
 const char *get_fault_code_string(uint32_t fault_code) {
@@ -107,11 +123,9 @@ void lookup_fill_related_threshold_fault_code(fe_write_buf *record) {
     if (record == nullptr) {
         return;
     }
-    for (const related_row &row : related_codes) {
-        if (row[0] == record->vemoFaultCode) {
-            record->related_FaultCode = {};
-            std::copy(row.begin(), row.end(), record->related_FaultCode.related_fc);
-            return;
-        }
+    const related_row *row = related_row_of(record->vemoFaultCode);
+    if (row != nullptr) {
+        record->related_FaultCode = {};
+        std::copy(row->begin(), row->end(), record->related_FaultCode.related_fc);
     }
 }

@@ -16,7 +16,7 @@ function(fe_target target)
     target_compile_definitions(${target} PRIVATE _GNU_SOURCE)
     target_compile_options(${target} PRIVATE
         -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wformat=2 -Wundef -Wcast-align -Wcast-qual
-        -Wnull-dereference -Wdouble-promotion -Wvla -Wmissing-declarations
+        -Wdouble-promotion -Wvla -Wmissing-declarations
         $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
         $<$<BOOL:${FE_WERROR}>:-Werror>
         -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
