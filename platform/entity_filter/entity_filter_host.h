@@ -1,0 +1,22 @@
+// What the host program tells the entity filter's stand-in, and how that one chooses fault codes.
+//
+// A fault code follows from the entity, the sensor type and the fault number, and all levels of one measurement stand
+// in one group of related codes, so that they are one fault at different levels. Several sensors of one kind on the
+// same entity instance (the voltages of a board) would still be one fault, and one sensor's recovery would clear
+// another's: each gets 10000 * its rank among them added to its codes, related ones too. The name of such a code is
+// that of code % 10000.
+#pragma once
+
+#include <cstdint>
+
+namespace entity_filter {
+
+constexpr int32_t codes_per_rank = 10000;
+
+// What "now" is, in seconds since 1970, or since start below 0x20000000; null (the start value): the wall clock.
+void set_clock(uint32_t (*now)());
+
+// The rank of a sensor: 0 for the first of its kind on its entity instance, 1 for the next, ...; null: always 0.
+void set_sensor_rank(uint32_t (*rank)(uint32_t sensor_number));
+
+} // namespace entity_filter

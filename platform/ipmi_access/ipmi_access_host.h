@@ -1,0 +1,34 @@
+// What the host program tells the SEL and sensor access library's stand-in: which captured pair of files to serve.
+// Loading comes before the engine starts; from then on everything is only read, by any thread.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+namespace ipmi_access {
+
+// What is wrong with a file, in one line: "<file>: offset <n>: <what>", or "<file>: line <n>: <what>".
+struct CaptureError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Each throws CaptureError and leaves what was loaded before as it was.
+void load_sdr(const std::string &path);      // as written by `ipmitool sdr dump`
+void load_sel(const std::string &path);      // as written by `ipmitool sel writeraw`
+void load_readings(const std::string &path); // present states of sensors: "0x2e 0x0008" a line, # comments
+
+size_t sel_size();                         // records in the SEL
+const uint8_t *record_at(size_t position); // 16 bytes, valid until the next load_sel()
+
+// The first `records` records alone are visible to SELTotalSEL and DecodeSel, at most max_walk_records, which is what
+// the start-up walk can count.
+constexpr size_t max_walk_records = 65535;
+void limit_walk(size_t records);
+
+// How many lower-numbered sensors are of the same kind and on the same entity instance: threshold sensors of one sensor
+// type are a kind, and all sensors without thresholds are.
+uint32_t sensor_rank(uint32_t sensor_number);
+
+} // namespace ipmi_access

@@ -1,0 +1,169 @@
+#include "platform/ipmi_access/sdr_dump.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "platform/ipmi_access/byte_cursor.h"
+#include "platform/ipmi_access/capture_file.h"
+
+namespace ipmi_access {
+namespace {
+
+constexpr uint8_t sdr_version = 0x51;
+
+// Where the fields of a sensor's record lie that differ from type to type. Only a full record is never shared.
+struct Layout {
+    uint8_t record_type;
+    uint8_t sensor_type;
+    uint8_t event_type;
+    uint8_t sharing; // 0: not shared
+    uint8_t name;    // the type/length byte; the name follows it
+};
+constexpr Layout layouts[] = {{1, 7, 8, 0, 42}, {2, 7, 8, 18, 26}, {3, 5, 6, 7, 11}};
+
+constexpr size_t number_offset = 2;
+constexpr size_t entity_id_offset = 3;
+constexpr size_t entity_instance_offset = 4;
+constexpr uint8_t instance_mask = 0x7F; // bit 7 says that the entity is a logical one
+
+struct Record {
+    size_t offset;
+    uint8_t type;
+    std::span<const uint8_t> body;
+};
+
+Record take_record(ByteCursor &dump, const std::string &path) {
+    Record record{dump.offset(), 0, {}};
+    dump.u16(); // record id
+    const uint8_t version = dump.u8();
+    record.type = dump.u8();
+    const uint8_t length = dump.u8();
+    if (dump.ran_out())
+        fail_at(path, record.offset, "the record is cut short in its header");
+    if (version != sdr_version) {
+        char what[64];
+        snprintf(what, sizeof what, "version 0x%02x is not that of a sensor data record", version);
+        fail_at(path, record.offset, what);
+    }
+    record.body = dump.take(length);
+    if (dump.ran_out())
+        fail_at(path, record.offset,
+                "the record is cut short: it has " + std::to_string(record.body.size()) + " of " +
+                    std::to_string(length) + " bytes");
+    return record;
+}
+
+std::string decode_bcd_plus(std::span<const uint8_t> bytes) {
+    constexpr char digits[] = "0123456789 -.:,_";
+    std::string text;
+    for (const uint8_t byte : bytes) {
+        text += digits[byte >> 4];
+        text += digits[byte & 0x0F];
+    }
+    return text;
+}
+
+std::string decode_6_bit(std::span<const uint8_t> bytes) {
+    std::string text;
+    uint32_t bits = 0;
+    unsigned count = 0;
+    for (const uint8_t byte : bytes) {
+        bits |= static_cast<uint32_t>(byte) << count;
+        for (count += 8; count >= 6; count -= 6, bits >>= 6)
+            text += static_cast<char>(' ' + (bits & 0x3F));
+    }
+    return text;
+}
+
+std::string decode_name(uint8_t type_length, std::span<const uint8_t> bytes) {
+    enum Encoding { bcd_plus = 1, packed_6_bit = 2 };
+    const auto text = bytes.first(std::min<size_t>(type_length & 0x1F, bytes.size()));
+    switch (type_length >> 6) {
+    case bcd_plus: return decode_bcd_plus(text);
+    case packed_6_bit: return decode_6_bit(text);
+    default: return {text.begin(), text.end()};
+    }
+}
+
+// Names are padded with blanks or zeros; inside them there is nothing that would end a word of the event text.
+std::string one_word(std::string name) {
+    const size_t last = name.find_last_not_of(std::string_view(" \0", 2));
+    name.resize(last == std::string::npos ? 0 : last + 1);
+    std::ranges::transform(name, name.begin(), [](char c) { return c > ' ' && c <= '~' ? c : '_'; });
+    return name;
+}
+
+// What is added to the name of one of the sensors that share a record: a number, or A to Z, AA, AB, ...
+std::string name_modifier(bool alphabetic, unsigned value) {
+    if (!alphabetic)
+        return std::to_string(value);
+    std::string letters;
+    for (unsigned rest = value + 1; rest != 0; rest = (rest - 1) / 26)
+        letters.insert(letters.begin(), static_cast<char>('A' + (rest - 1) % 26));
+    return letters;
+}
+
+struct Sharing {
+    unsigned count = 1;
+    bool steps_instance = false;
+    bool alphabetic = false;
+    unsigned modifier_offset = 0;
+};
+
+Sharing read_sharing(const Layout &layout, std::span<const uint8_t> body) {
+    if (layout.sharing == 0)
+        return {};
+    const uint8_t first = body[layout.sharing];
+    const uint8_t second = body[layout.sharing + size_t{1}];
+    return {std::max(first & 0x0FU, 1U), (second & 0x80) != 0, (first & 0x30) == 0x10, second & 0x7FU};
+}
+
+void add_sensors(Sensors &sensors, const Layout &layout, std::span<const uint8_t> body) {
+    const Sharing sharing = read_sharing(layout, body);
+    const std::string name = one_word(decode_name(body[layout.name], body.subspan(layout.name + size_t{1})));
+    for (unsigned i = 0; i < sharing.count && body[number_offset] + i < sensors.size(); i++) {
+        const unsigned number = body[number_offset] + i;
+        if (sensors[number])
+            continue;
+        const unsigned instance = body[entity_instance_offset] + (sharing.steps_instance ? i : 0);
+        Sensor sensor{layout.record_type,
+                      static_cast<uint8_t>(number),
+                      body[entity_id_offset],
+                      static_cast<uint8_t>(instance & instance_mask),
+                      body[layout.sensor_type],
+                      body[layout.event_type],
+                      name};
+        if (name.empty())
+            sensor.name = unnamed_sensor(number);
+        else if (sharing.count > 1)
+            sensor.name += name_modifier(sharing.alphabetic, sharing.modifier_offset + i);
+        sensors[number] = std::move(sensor);
+    }
+}
+
+} // namespace
+
+Sensors parse_sdr_dump(std::span<const uint8_t> dump, const std::string &path) {
+    Sensors sensors;
+    ByteCursor cursor(dump);
+    while (!cursor.at_end()) {
+        const Record record = take_record(cursor, path);
+        const auto *layout = std::ranges::find(layouts, record.type, &Layout::record_type);
+        if (layout == std::end(layouts))
+            continue;
+        if (record.body.size() <= layout->name)
+            fail_at(path, record.offset,
+                    "a sensor's record of type " + std::to_string(record.type) + " is longer than " +
+                        std::to_string(record.body.size()) + " bytes");
+        add_sensors(sensors, *layout, record.body);
+    }
+    return sensors;
+}
+
+std::string unnamed_sensor(uint32_t sensor_number) {
+    char name[16];
+    snprintf(name, sizeof name, "#0x%02x", sensor_number);
+    return name;
+}
+
+} // namespace ipmi_access

@@ -1,0 +1,33 @@
+// Sensor data records, as `ipmitool sdr dump` writes them: for each record a 5-byte header (id, version 0x51, type,
+// length) and `length` bytes.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace ipmi_access {
+
+struct Sensor {
+    uint8_t record_type; // 1 full, 2 compact, 3 event-only
+    uint8_t number;
+    uint8_t entity_id;
+    uint8_t entity_instance; // without the flag for logical entities
+    uint8_t sensor_type;
+    uint8_t event_type;
+    std::string name; // without blanks; "#0x2e" where the record has no name
+};
+
+// By sensor number. A number that comes again under another owner or lun is the first record's.
+using Sensors = std::array<std::optional<Sensor>, 256>;
+
+// One sensor for each that a record stands for; records of other types describe none. `path` is for the messages of
+// CaptureError. A name that runs past its record is cut there.
+Sensors parse_sdr_dump(std::span<const uint8_t> dump, const std::string &path);
+
+// "#0x2e": name of a sensor without one.
+std::string unnamed_sensor(uint32_t sensor_number);
+
+} // namespace ipmi_access
