@@ -1,0 +1,20 @@
+// Where the engine's files go. The engine's paths are fixed, so fectl stands in front of the open() that it calls.
+#pragma once
+
+#include <string>
+
+constexpr char sel_fifo_path[] = "/var/SA_vSEL_FIFO";
+
+// From now on the table files, the storage status file and the SEL FIFO are the files of that name in `directory`,
+// unless that is empty. Before the engine starts.
+void redirect_engine_files(const std::string &directory);
+
+// Where a path of the engine leads.
+std::string engine_file(const char *path);
+
+// The last table file that could not be opened and why, or an empty text. After the engine has stopped.
+std::string table_file_failure();
+
+// From now on the engine can always open its SEL FIFO, and the wait for a record ends at once, even if the file is gone:
+// for a reader that is to see the stop.
+void open_sel_fifo_to_nothing();
