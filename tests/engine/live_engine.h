@@ -1,0 +1,102 @@
+// The engine's threads in a test that is itself the producer of fault requests, as inside fe_init_interface().
+#pragma once
+
+#include <atomic>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <semaphore>
+#include <thread>
+
+#include <unistd.h>
+
+#include "support/interpose_live.h"
+#include "support/neighbours.h"
+
+using Lines = std::vector<std::string>;
+using Request = fe_read_buf;
+using Block = fe_write_buf_struct;
+
+inline Request request_of(uint8_t entity, int32_t severity, int32_t fault_number = 1) {
+    return {entity, 4, {}, 1, 1, severity, fault_number, 0, "FAN1_RPM", 1, {}, 0x155};
+}
+
+inline bool is_zero(const auto &object) {
+    static const std::remove_cvref_t<decltype(object)> zero{};
+    return std::memcmp(&object, &zero, sizeof object) == 0;
+}
+
+// Polls for what another thread does; what never comes ends in the fixture's alarm.
+inline void await(const std::function<bool()> &happened) {
+    while (!happened())
+        std::this_thread::yield();
+}
+
+// The producer's wait for the request before; it ends with the engine, too.
+inline void await_taken(fe_read_buf_struct &rbuf) {
+    ASSERT_EQ(pthread_mutex_lock(&rbuf.fe_read_wait_mutex), 0);
+    while (fe_flag(&fe_read_complete) != 0 && fe_flag(&fe_not_running) == 0)
+        pthread_cond_wait(&rbuf.fe_read_wait_cond, &rbuf.fe_read_wait_mutex);
+    pthread_mutex_unlock(&rbuf.fe_read_wait_mutex);
+}
+
+inline void place(fe_read_buf_struct &rbuf, const Request &request) {
+    await_taken(rbuf);
+    ASSERT_EQ(pthread_mutex_lock(&rbuf.fe_read_buf_mutex), 0);
+    *rbuf.fe_read_buf = request;
+    fe_set_flag(&fe_read_complete, 1);
+    pthread_cond_signal(&rbuf.fe_read_buf_cond);
+    pthread_mutex_unlock(&rbuf.fe_read_buf_mutex);
+}
+
+// Sets the stop flag as the listener does.
+inline void order_stop(fe_read_buf_struct &rbuf) {
+    pthread_mutex_lock(&rbuf.fe_read_buf_mutex);
+    fe_set_flag(&fe_not_running, 1);
+    pthread_cond_broadcast(&rbuf.fe_read_buf_cond);
+    pthread_mutex_unlock(&rbuf.fe_read_buf_mutex);
+}
+
+class LiveEngine : public testing::Test {
+protected:
+    LiveEngine() {
+        alarm(300);
+        fresh();
+    }
+    ~LiveEngine() override {
+        reset_world();
+        alarm(0);
+    }
+
+    // The interface stays open until close().
+    void fresh() {
+        reset_world();
+        world().listen = [this](fe_read_buf_struct *) { closing.acquire(); };
+    }
+    void close() { closing.release(); }
+
+    void start() {
+        ASSERT_EQ(init_listener(), 0);
+        ASSERT_NE(rbuf = fe_read_buf_struct_ptr, nullptr);
+        ASSERT_EQ(init_fault_processor(), 0);
+    }
+    static void join(pthread_t thread) { ASSERT_EQ(pthread_join(thread, nullptr), 0); }
+    static void join_both() {
+        join(fe_listener_thread_id);
+        join(fe_fault_processor_thread_id);
+        EXPECT_EQ(fe_read_buf_struct_ptr, nullptr);
+        EXPECT_EQ(fe_write_buf_struct_ptr, nullptr);
+        EXPECT_EQ(fe_not_running, 1);
+        EXPECT_EQ(broken_invariant(), "");
+    }
+
+    static size_t logged(const std::string &part) {
+        const std::lock_guard guard(world().lock);
+        return static_cast<size_t>(std::count_if(world().log.begin(), world().log.end(), [&](const std::string &line) {
+            return line.find(part) != std::string::npos;
+        }));
+    }
+
+    SandboxPaths sandbox;
+    std::binary_semaphore closing{0};
+    fe_read_buf_struct *rbuf = nullptr;
+};

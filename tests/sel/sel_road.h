@@ -1,0 +1,75 @@
+// One event on the SEL road, ready to go, and what every test of the road looks at.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <gtest/gtest.h>
+
+#include "support/interpose.h"
+#include "support/neighbours.h"
+
+using Record = std::array<uint8_t, 16>;
+using Lines = std::vector<std::string>;
+
+constexpr uint8_t road_sensor = 0x30;
+
+// The 16 bytes differ from each other, and the top bit of the time stamp is set.
+inline Record event(uint8_t sensor_type = 0x01, uint8_t dir_type = 0x01, uint8_t data_1 = 0x57) {
+    const uint8_t s = sensor_type, n = road_sensor, d = dir_type, o = data_1;
+    return {0xA1, 0xB2, 0x02, 0x11, 0x22, 0x33, 0xF4, 0x65, 0x76, 0x04, s, n, d, o, 0x9C, 0xDD};
+}
+
+inline bool is_free(pthread_mutex_t &mutex) {
+    return pthread_mutex_trylock(&mutex) == 0 && pthread_mutex_unlock(&mutex) == 0;
+}
+
+inline Lines log_lines(const std::string &prefix) {
+    Lines lines;
+    std::copy_if(world().log.begin(), world().log.end(), std::back_inserter(lines),
+                 [&](const std::string &line) { return line.starts_with(prefix); });
+    return lines;
+}
+
+// What the entity filter makes of the request; its result is that of the dispatch.
+inline void filter(std::function<int32_t(fe_read_buf &, fe_write_buf &)> fill) {
+    world().dispatch = [fill](const std::string &, fe_read_buf &request, fe_write_buf_struct &wbuf) {
+        return fill(request, *wbuf.fe_write_buf);
+    };
+}
+
+// The event is a processor's temperature going above its first threshold: severity 4, fault number 117.
+class SelRoad : public testing::Test {
+protected:
+    SelRoad() { arrange(); }
+    void TearDown() override { expect_idle(); }
+
+    static void arrange() {
+        reset_world();
+        world().sensors[road_sensor] = sensor(road_sensor, 3, 1, 0x01, 0x01);
+        world().event_text = "P1_THERM: Upper Non-critical - going high";
+    }
+
+    void expect_idle() {
+        static const fe_write_buf zero{};
+        EXPECT_EQ(std::memcmp(&buffer.record, &zero, sizeof zero), 0);
+        EXPECT_TRUE(is_free(buffer.block.fe_write_buf_mutex));
+        EXPECT_EQ(broken_invariant(), "");
+    }
+
+    // A fault put into the table past the road. Codes 1, 2, then 2 related to 1 leave two faults of code 2. Nothing
+    // describes sensor 256, so no stale pass clears them.
+    static void store(int32_t code, int32_t related = 0, uint32_t sensor_number = 256) {
+        fe_write_buf record{};
+        record.vemoFaultSeverity = FE_SEVERITY_MAJOR;
+        record.sens_num = sensor_number;
+        record.vemoFaultCode = code;
+        record.related_FaultCode.related_fc[1] = related;
+        fe_write_buf_struct block{};
+        block.fe_write_buf = &record;
+        ASSERT_EQ(update_fe_database(&block), 0);
+    }
+
+    SandboxPaths sandbox;
+    WriteBuffer buffer;
+};

@@ -1,0 +1,306 @@
+#include "support/neighbours.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <set>
+
+#include "support/interpose.h"
+
+World &world() {
+    static World the_world;
+    return the_world;
+}
+
+namespace {
+
+// One call of a neighbour: recorded, and answered under the world's lock until a function of the test's takes over.
+struct Answer {
+    explicit Answer(const char *call) { world().calls.emplace_back(call); }
+
+    // Calls the function without the lock, since it may well call the library.
+    template <typename Function, typename... Arguments>
+    auto ask(const Function &function, Arguments &&...arguments) {
+        const Function copy = function;
+        lock.unlock();
+        return copy(std::forward<Arguments>(arguments)...);
+    }
+    template <typename Function, typename... Arguments>
+    void tell(const Function &function, Arguments &&...arguments) {
+        if (function) {
+            ask(function, std::forward<Arguments>(arguments)...);
+            lock.lock();
+        }
+    }
+
+    Disarmed disarmed;
+    std::unique_lock<std::recursive_mutex> lock{world().lock};
+};
+
+int32_t handle(const char *handler, fe_read_buf *request, fe_write_buf_struct *wbuf) {
+    Answer answer(handler);
+    if (world().dispatch) {
+        return answer.ask(world().dispatch, handler, *request, *wbuf);
+    }
+    memcpy(wbuf->fe_write_buf, request, offsetof(fe_read_buf, eventType));
+    wbuf->fe_write_buf->sens_num = request->sens_num;
+    return 0;
+}
+
+void put_event_text(char *event) {
+    std::string text = world().event_text;
+    text.resize(sizeof sel_text_rec::event);
+    memcpy(event, text.data(), text.size());
+}
+
+template <typename Node, typename Inner>
+void free_list(Node *&head, Inner free_inner) {
+    while (Node *const node = head) {
+        free_inner(*node);
+        head = node->next;
+        free(node);
+    }
+}
+
+void free_fault_table() {
+    const auto nothing = [](const auto &) {};
+    const auto free_instance = [nothing](entity_instance_node &node) { free_list(node.fault_list, nothing); };
+    free_list(fe_table_head_ptr, nothing);
+    free_list(entity_id_list_head_ptr,
+              [free_instance](entity_id_node &node) { free_list(node.instance_list, free_instance); });
+    fe_fault_count = 0;
+}
+
+// As broken_invariant(), of the part of the index under one instance. Takes what it finds out of `unreferenced`.
+std::string broken_instance(const entity_id_node &entity, const entity_instance_node &instance,
+                            std::set<const fe_table_entry *> &unreferenced) {
+    for (const fault_node *fault = instance.fault_list; fault != nullptr; fault = fault->next) {
+        if (unreferenced.erase(fault->entry) == 0) {
+            return "a fault node whose entry is not on the chain, or another's";
+        }
+        const fe_write_buf &record = fault->entry->record;
+        if (record.entity_id != entity.entity_id || record.entity_instance != instance.entity_instance ||
+            record.vemoFaultCode != fault->fault_code) {
+            return "an entry under other keys than its own";
+        }
+    }
+    return instance.fault_list == nullptr ? "an empty instance" : "";
+}
+
+} // namespace
+
+void reset_world() {
+    {
+        const std::lock_guard guard(world().lock);
+        static_cast<WorldState &>(world()) = WorldState{};
+    }
+    for (int32_t *const flag : {&fe_not_running, &fe_read_complete, &sel_init_complete, &syslog_filter}) {
+        __atomic_store_n(flag, 0, __ATOMIC_RELAXED);
+    }
+    std::fill(std::begin(fe_sdr_instance_array), std::end(fe_sdr_instance_array), 1);
+    pthread_mutex_lock(&fe_table_mutex);
+    free_fault_table();
+    pthread_mutex_unlock(&fe_table_mutex);
+}
+
+sensor_data_record sensor(uint32_t number, uint32_t entity_id, uint32_t entity_instance, uint32_t sensor_type,
+                          uint32_t event_type) {
+    sensor_data_record result{};
+    result.sensor_number = number;
+    result.entity_id = entity_id;
+    result.entity_instance = entity_instance;
+    result.sensor_type = sensor_type;
+    result.event_type = event_type;
+    return result;
+}
+
+WriteBuffer::WriteBuffer() {
+    block.fe_write_buf = &record;
+    pthread_mutex_init(&block.fe_write_buf_mutex, nullptr);
+    fe_write_buf_struct_ptr = &block;
+}
+
+WriteBuffer::~WriteBuffer() {
+    fe_write_buf_struct_ptr = nullptr;
+    pthread_mutex_destroy(&block.fe_write_buf_mutex);
+}
+
+std::string broken_invariant() {
+    pthread_mutex_lock(&fe_table_mutex);
+    std::set<const fe_table_entry *> unreferenced;
+    std::set<uint8_t> entities;
+    std::set<std::pair<uint8_t, int32_t>> instances;
+    std::string wrong;
+    for (const fe_table_entry *entry = fe_table_head_ptr; entry != nullptr && wrong.empty(); entry = entry->next) {
+        wrong = unreferenced.insert(entry).second ? "" : "the chain is a ring";
+    }
+    if (unreferenced.size() != fe_fault_count) {
+        wrong = "fe_fault_count is wrong";
+    }
+    for (const entity_id_node *entity = entity_id_list_head_ptr; entity && wrong.empty(); entity = entity->next) {
+        if (entity->instance_list == nullptr || !entities.insert(entity->entity_id).second) {
+            wrong = "an empty or repeated entity";
+        }
+        const entity_instance_node *instance = entity->instance_list;
+        for (; instance != nullptr && wrong.empty(); instance = instance->next) {
+            const bool fresh = instances.emplace(entity->entity_id, instance->entity_instance).second;
+            wrong = fresh ? broken_instance(*entity, *instance, unreferenced) : "a repeated instance";
+        }
+    }
+    pthread_mutex_unlock(&fe_table_mutex);
+    return wrong.empty() && !unreferenced.empty() ? "an entry without a fault node" : wrong;
+}
+
+extern "C" {
+
+int32_t fe_not_running, fe_read_complete, sel_init_complete, syslog_filter;
+int32_t fe_sdr_instance_array[256];
+
+void fe_init_interface(fe_read_buf_struct *read_buffer) {
+    Answer("fe_init_interface").tell(world().listen, read_buffer);
+}
+
+void fe_init_broadcaster() {
+    Answer("fe_init_broadcaster").tell(world().run_broadcaster);
+}
+
+void broadcast_fe_faults(fe_write_buf_struct *write_buffer) {
+    Answer answer("broadcast_fe_faults");
+    world().broadcasts.push_back(*write_buffer->fe_write_buf);
+    world().syslog_filters.push_back(__atomic_load_n(&syslog_filter, __ATOMIC_RELAXED));
+    answer.tell(world().on_broadcast, write_buffer);
+}
+
+void fe_logger(const char *format, ...) {
+    const Disarmed disarmed;
+    char line[4096];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    const std::lock_guard guard(world().lock);
+    if (world().keep_log) {
+        world().log.emplace_back(line);
+    }
+}
+
+void FEthreadSleep(int32_t seconds, int32_t) {
+    Answer answer("FEthreadSleep");
+    world().sleeps.push_back(seconds);
+    answer.tell(world().on_sleep, seconds);
+}
+
+#define HANDLER(name)                                               \
+    int32_t name(fe_read_buf *request, fe_write_buf_struct *wbuf) { \
+        return handle(#name, request, wbuf);                        \
+    }
+HANDLER(process_cpu_fault)
+HANDLER(process_drive_bp_fault)
+HANDLER(process_sys_board_fault)
+HANDLER(process_mem_fault)
+HANDLER(process_ps_fault)
+HANDLER(process_add_in_fault)
+HANDLER(process_front_panel_fault)
+HANDLER(process_chassis_fault)
+HANDLER(process_fan_fault)
+HANDLER(process_fw_bios_post_fault)
+HANDLER(process_nm_fault)
+HANDLER(process_pci_fault)
+HANDLER(process_storage_fault)
+HANDLER(process_plax_fault)
+HANDLER(process_cmc_fault)
+
+int32_t IPMI_SensorGetSensorData(int32_t sensor_number, uint32_t *type, sensor_data_record *data) {
+    const Answer answer("IPMI_SensorGetSensorData");
+    const auto found = world().sensors.find(sensor_number);
+    if (found == world().sensors.end()) {
+        return -1;
+    }
+    *type = 1;
+    *data = found->second;
+    return 0;
+}
+
+int32_t IPMI_SensorGetSensorReading(int32_t sensor_number, uint32_t *reading, uint32_t *status, uint32_t *current) {
+    Answer answer("IPMI_SensorGetSensorReading");
+    answer.tell(world().on_reading, sensor_number);
+    const auto found = world().readings.find(sensor_number);
+    if (found == world().readings.end()) {
+        return -1;
+    }
+    *reading = *status = ~found->second; // nobody may take these for the state
+    *current = found->second;
+    return 0;
+}
+
+int32_t IPMI_SELHVDBSELAttach(sel_text_rec *) {
+    const Answer answer("IPMI_SELHVDBSELAttach");
+    return world().attach_result;
+}
+
+int32_t IPMI_SELGetHVDBSELData(uint32_t, const sel_entry_fields *fields, sel_text_rec *text) {
+    const Answer answer("IPMI_SELGetHVDBSELData");
+    world().fields.push_back(*fields);
+    if (world().text_result == 0) {
+        put_event_text(text->event);
+    }
+    return world().text_result;
+}
+
+int32_t IPMI_SELHVDBSELDetach() {
+    const Answer answer("IPMI_SELHVDBSELDetach");
+    return world().detach_result;
+}
+
+int32_t SELTotalSEL(uint32_t *first, int32_t, uint16_t *second, uint16_t *total) {
+    const Answer answer("SELTotalSEL");
+    *first = 0;
+    *second = 0;
+    *total = static_cast<uint16_t>(world().sel.size());
+    return world().total_result;
+}
+
+int32_t DecodeSel(void *area, uint32_t size, const void *request, uint32_t *decoded) {
+    constexpr uint32_t kSize = 190470, kRequestWord = 4;
+    constexpr size_t kNextRecord = 16, kEntries = 180242;
+    Answer answer("DecodeSel");
+    uint16_t words[2];
+    memcpy(words, request, sizeof words);
+    const auto [start, count] = words;
+    world().chunk_requests.emplace_back(start, count);
+    if (size != kSize || memcmp(area, &kRequestWord, sizeof kRequestWord) != 0) {
+        return -1;
+    }
+    uint8_t *const bytes = static_cast<uint8_t *>(area);
+    if (world().decode) {
+        return answer.ask(world().decode, bytes, start, count, decoded);
+    }
+    const auto &sel = world().sel;
+    const size_t first = std::min<size_t>(start - 1U, sel.size()), number = std::min<size_t>(count, sel.size() - first);
+    std::copy_n(sel.begin() + static_cast<std::ptrdiff_t>(first), number,
+                reinterpret_cast<sel_list_entry *>(bytes + kEntries));
+    const uint16_t next = first + number == sel.size() ? 0xFFFF : static_cast<uint16_t>(start + number);
+    memcpy(bytes + kNextRecord, &next, sizeof next);
+    *decoded = static_cast<uint32_t>(number);
+    return 0;
+}
+
+int32_t HVLGSELEntryToStr(const uint8_t *, int32_t, char *timestamp, uint16_t *timestamp_length, char *event,
+                          uint8_t *flag_1, uint8_t *flag_2, uint8_t *, int32_t sensor_number) {
+    Answer answer("HVLGSELEntryToStr");
+    if (world().entry_to_str) {
+        return answer.ask(world().entry_to_str, timestamp, timestamp_length, event, flag_1, flag_2, sensor_number);
+    }
+    *timestamp_length = static_cast<uint16_t>(snprintf(timestamp, 32, "1700000000") + 1);
+    put_event_text(event);
+    return 0;
+}
+
+int32_t HVLGSELUnixToCTime(const char *timestamp, char *date) {
+    const Answer answer("HVLGSELUnixToCTime");
+    snprintf(date, 32, "on %.20s", timestamp);
+    return 0;
+}
+
+} // extern "C"
