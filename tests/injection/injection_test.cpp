@@ -1,0 +1,297 @@
+// Every call that can fail, at its first, second, ... place in every operation until the operation runs untouched, once
+// alone and once with all behind it. Whatever fails, the engine stays sound and does the next thing right.
+#include <cerrno>
+#include <optional>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "engine/live_engine.h"
+#include "injection/table.h"
+#include "sel/sel_road.h"
+
+namespace {
+
+constexpr uint8_t second_sensor = 0x31;
+constexpr int32_t fault_code = 117; // of what the sensors report
+
+Record event_of(uint8_t sensor_number, uint8_t dir_type = 0x01) {
+    Record record = event(0x01, dir_type);
+    record[11] = sensor_number;
+    return record;
+}
+
+// The chain, a word a fault.
+std::string keys() {
+    std::string text;
+    for (const fe_table_entry *entry = fe_table_head_ptr; entry != nullptr; entry = entry->next) {
+        const fe_write_buf &fault = entry->record;
+        text += std::to_string(fault.entity_id) + "/" + std::to_string(fault.entity_instance) + "/" +
+                std::to_string(fault.vemoFaultCode) + ":" + std::to_string(fault.vemoFaultSeverity) + " ";
+    }
+    return text;
+}
+
+int blocks_of_table() {
+    int blocks = static_cast<int>(2 * fe_fault_count);
+    for (const entity_id_node *entity = entity_id_list_head_ptr; entity != nullptr; entity = entity->next, ++blocks) {
+        for (const auto *instance = entity->instance_list; instance != nullptr; instance = instance->next) {
+            ++blocks;
+        }
+    }
+    return blocks;
+}
+
+int lowest_free_descriptor() {
+    const int descriptor = dup(STDERR_FILENO);
+    close(descriptor);
+    return descriptor;
+}
+
+class Injection : public SelRoad {
+protected:
+    struct Operation {
+        const char *name;
+        void (Injection::*arrange)();
+        void (Injection::*act)();
+        int failures;             // how many there can be
+        bool changes_once = true; // or several times: then there are tables between the one before and the one after
+    };
+    static const Operation operations[];
+
+    Injection() {
+        alarm(500);
+        sandbox.create("stor_stat");
+        arrange_afresh();
+        take_record(); // the first record of each road after start-up has the duplicates swept
+        take_extended_record();
+    }
+    ~Injection() override {
+        reset_world();
+        alarm(0);
+    }
+
+    void arrange_afresh() {
+        arrange();
+        sleeps = 0;
+        world().keep_log = false;
+        world().sensors[second_sensor] = sensor(second_sensor, 3, 2, 0x01, 0x01);
+        world().readings = {{road_sensor, 0}, {second_sensor, 0}}; // no threshold crossed
+        filter([](fe_read_buf &request, fe_write_buf &record) {
+            memcpy(&record, &request, offsetof(fe_read_buf, eventType));
+            record.entity_id = 208; // has the storage status written
+            record.vemoFaultCode = fault_code;
+            return 0;
+        });
+        world().listen = [this](fe_read_buf_struct *rbuf) { produce(*rbuf); };
+        world().on_sleep = [this](int32_t) {
+            if (++sleeps > 3) { // the reader tries to open the FIFO for as long as it takes
+                failure.reset();
+            }
+        };
+        make_fifo();
+        sel_init_complete = 1;
+    }
+
+    void make_fifo() const {
+        unlink(sandbox.path("SA_vSEL_FIFO").c_str());
+        ASSERT_EQ(mkfifo(sandbox.path("SA_vSEL_FIFO").c_str(), 0600), 0);
+    }
+
+    void empty() {}
+    void other_entity() { put({29, 1, 5}); }
+    void other_instance() { put({208, 2, fault_code}); }
+    void other_code() { put({208, 1, 5}); }
+    void same_fault() { put({208, 1, fault_code}), put({29, 1, 5}); }
+    void duplicates() { put({3, 1, 1}), put({3, 1, 2}), put({3, 1, 2, FE_SEVERITY_MAJOR, 1}); }
+    void stale_faults() {
+        for (const uint32_t number : {uint32_t{road_sensor}, 256U, uint32_t{second_sensor}}) {
+            put({3, static_cast<int32_t>(number), 1, FE_SEVERITY_MAJOR, 0, number});
+        }
+    }
+    void full_table() {
+        sel_init_complete = 0; // its file calls have a test of their own
+        for (int32_t i = 0; i < FE_TABLE_MAX_FAULTS; ++i) {
+            put({29, i / 8, i % 8});
+        }
+    }
+    void two_chunks() {
+        sel_list_entry other{}; // of an OEM type
+        other.record.record_type = 0xC0;
+        world().sel.assign(513, other);
+        memcpy(&world().sel.front().record, event_of(road_sensor).data(), sizeof(Record));
+        memcpy(&world().sel.back().record, event_of(second_sensor).data(), sizeof(Record));
+    }
+
+    void take_record() { process_sel_data(event_of(road_sensor).data()); }
+    void take_clearing_record() { process_sel_data(event_of(road_sensor, 0x81).data()); }
+    void take_extended_record() {
+        const uint8_t record[24] = {0, 0, 0, 1, 0, 2, 1, 2, 3, 4, 0, 0, 0x20, 0, 4, 1, 0, 1, 0, 0, 0x01, 0x57, 0, 0};
+        process_super_sel_data(record);
+    }
+    void sweep_duplicates() { cleanup_duplicate_events(); }
+    void sweep_stale() { cleanup_deasserted_events(); }
+    void start_up() {
+        sel_init_complete = 0;
+        init_event_thread();
+        EXPECT_EQ(sel_init_complete, 1);
+    }
+
+    void read_fifo() {
+        fe_not_running = waits = refusals = sleeps = 0;
+        init_database();
+        if (fcntl(fifo, F_GETFD) != -1) {
+            close(fifo); // select() has failed for good: the reader leaves the FIFO as it is
+        }
+    }
+
+    // Two records come; then, in an idle wait, another FIFO takes the place of the first; then the engine stops.
+    int wait(int limit, fd_set *readable) {
+        fifo = limit - 1;
+        if (refusals < 3 && is_to_fail(Call::select)) {
+            ++refusals;
+            errno = waits == 0 ? EINTR : EBADF;
+            return -1;
+        }
+        const Disarmed disarmed;
+        if (++waits == 1) {
+            EXPECT_EQ(write(fifo, event_of(road_sensor).data(), sizeof(Record)), 16);
+            EXPECT_EQ(write(fifo, event_of(second_sensor).data(), sizeof(Record)), 16);
+        } else if (waits == 2) {
+            make_fifo();
+            FD_ZERO(readable);
+        } else {
+            fe_not_running = 1;
+        }
+        return waits == 2 ? 0 : 1;
+    }
+
+    void run_threads() {
+        fe_not_running = fe_read_complete = 0;
+        fe_write_buf_struct_ptr = nullptr;
+        processor = unknown;
+        const bool listens = init_listener() == 0, broadcasts = init_broadcaster() == 0;
+        processor = init_fault_processor() == 0 ? running : none;
+        {
+            const Disarmed disarmed;
+            EXPECT_TRUE(!listens || pthread_join(fe_listener_thread_id, nullptr) == 0);
+            EXPECT_TRUE(!broadcasts || pthread_join(fe_broadcaster_thread_id, nullptr) == 0);
+            EXPECT_TRUE(processor == none || pthread_join(fe_fault_processor_thread_id, nullptr) == 0);
+        }
+        EXPECT_TRUE(fe_read_buf_struct_ptr == nullptr && fe_write_buf_struct_ptr == nullptr);
+        fe_write_buf_struct_ptr = &buffer.block;
+    }
+
+    // The listener has one request and waits until it is taken, or nobody is there to take it.
+    void produce(fe_read_buf_struct &rbuf) {
+        await([&] { return processor != unknown; });
+        place(rbuf, request_of(3, FE_SEVERITY_MAJOR));
+        while (processor == running && fe_flag(&fe_read_complete) != 0) {
+            processor = pthread_tryjoin_np(fe_fault_processor_thread_id, nullptr) == 0 ? none : running;
+        }
+    }
+
+    // False when nothing was made to fail any more.
+    bool run(const Operation &operation, Call call, int nth, bool lasting, const std::string &good) {
+        arrange_afresh();
+        (this->*operation.arrange)();
+        const std::string before = keys();
+        const int blocks_before = blocks_of_table(), descriptor = lowest_free_descriptor(), failed = failed_calls();
+        int blocks = 0;
+        {
+            const BlockCount count;
+            failure.emplace(call, nth, lasting);
+            (this->*operation.act)();
+            failure.reset();
+            blocks = count.blocks();
+        }
+        const bool has_failed = failed_calls() != failed;
+        expect_sound();
+        EXPECT_EQ(blocks, blocks_of_table() - blocks_before);
+        EXPECT_EQ(lowest_free_descriptor(), descriptor);
+        EXPECT_TRUE(!operation.changes_once || keys() == before || keys() == good) << keys();
+        (this->*operation.act)();
+        EXPECT_EQ(keys(), good);
+        expect_next_event_right();
+        return has_failed;
+    }
+
+    void expect_sound() {
+        const bool unlocked = is_free(fe_table_mutex);
+        ASSERT_TRUE(unlocked);
+        expect_idle();
+    }
+
+    void expect_next_event_right() {
+        world().broadcasts.clear();
+        sel_init_complete = 1;
+        EXPECT_EQ(process_sel_data(event_of(second_sensor).data()), 0);
+        EXPECT_EQ(world().broadcasts.size(), 1U);
+        EXPECT_TRUE(is_chain(read_table_files(sandbox.path(""))));
+        expect_sound();
+    }
+
+    enum { unknown, none, running };
+    std::atomic<int> processor = unknown;
+    std::optional<FailCall> failure;
+    int fifo = -1, waits = 0, refusals = 0, sleeps = 0;
+    const ScriptedWait script{[this](int limit, fd_set *readable, auto...) { return wait(limit, readable); }};
+};
+
+const Injection::Operation Injection::operations[] = {
+    {"creation in an empty table", &Injection::empty, &Injection::take_record, 27},
+    {"creation of an entity", &Injection::other_entity, &Injection::take_record, 29},
+    {"creation of an instance", &Injection::other_instance, &Injection::take_record, 28},
+    {"creation of a fault", &Injection::other_code, &Injection::take_record, 27},
+    {"creation from an extended record", &Injection::empty, &Injection::take_extended_record, 25},
+    {"update", &Injection::same_fault, &Injection::take_record, 21},
+    {"clearing", &Injection::same_fault, &Injection::take_clearing_record, 23},
+    {"eviction", &Injection::full_table, &Injection::take_record, 13},
+    {"duplicate pass", &Injection::duplicates, &Injection::sweep_duplicates, 16},
+    {"stale pass", &Injection::stale_faults, &Injection::sweep_stale, 36, false},
+    {"start-up", &Injection::two_chunks, &Injection::start_up, 51, false},
+    {"FIFO reader", &Injection::empty, &Injection::read_fifo, 91, false},
+    {"threads", &Injection::empty, &Injection::run_threads, 9},
+};
+
+constexpr struct {
+    const char *name;
+    Call call;
+} calls[] = {
+    {"allocation", Call::allocate},
+    {"open", Call::open},
+    {"lockf", Call::lockf},
+    {"write", Call::write},
+    {"short write", Call::write_short},
+    {"fsync", Call::fsync},
+    {"close", Call::close},
+    {"read", Call::read},
+    {"fstat", Call::fstat},
+    {"select", Call::select},
+    {"thread", Call::thread_create},
+    {"neighbour", Call::neighbour},
+};
+
+TEST_F(Injection, WhateverFailsTheEngineStaysSound) {
+    for (const Operation &operation : operations) {
+        arrange_afresh();
+        (this->*operation.arrange)();
+        (this->*operation.act)();
+        const std::string good = keys();
+        for (const bool lasting : {false, true}) {
+            int failures = 0;
+            for (const auto &[name, call] : calls) {
+                for (int nth = 1, more = 1; more != 0; ++nth) {
+                    SCOPED_TRACE(std::string(operation.name) + ", " + name + " " + std::to_string(nth) +
+                                 (lasting ? " and later ones" : ""));
+                    more = run(operation, call, nth, lasting, good) && !HasFailure();
+                    failures += more;
+                }
+            }
+            EXPECT_EQ(failures, operation.failures) << operation.name;
+        }
+    }
+}
+
+} // namespace
