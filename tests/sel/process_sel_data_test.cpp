@@ -1,28 +1,80 @@
 // From one SEL record to a committed fault.
 #include "sel_road.h"
 
-#include <cerrno>
-#include <sstream>
+#include <bit>
+#include <regex>
 
 namespace {
 
-const Lines library_calls = {"IPMI_SELHVDBSELAttach", "IPMI_SELGetHVDBSELData", "IPMI_SELHVDBSELDetach",
-                             "IPMI_SensorGetSensorData"};
+int32_t process(const Record &record) {
+    return process_sel_data(record.data());
+}
 
-// What the event of event() logs until it reaches the write buffer.
-const Lines conversion_log = {"decode_sel_entry: a1 b2 2 11 22 33 f4 65 76 4 1 30 1 57 9c dd \n",
-                              "\nEntered convert_sel_to_fe_read_buf\n",
-                              "entity_id = 3 eventType = 1, eventDir = 0, offset1 = 7 sens_num=48 sens_type= 1\n",
-                              "Out of fe_get_severity switch case severity = 4 fault_code = 117 err: 0\n"};
+TEST_F(SelRoad, TakesEveryStepInOrder) {
+    const auto only_record_is_locked = [this] {
+        return pthread_mutex_trylock(&buffer.block.fe_write_buf_mutex) != 0 && is_free(fe_table_mutex);
+    };
+    sel_init_complete = 1;
+    world().sensors[road_sensor] = sensor(0x82345678, 3, 5, 0x01, 0x01); // its own number counts
+    filter([&](fe_read_buf &request, fe_write_buf &record) {
+        EXPECT_TRUE(only_record_is_locked());
+        const fe_read_buf expected = {3, 1, {}, 1, 5, 4, 117, 0, "P1_THERM", 0x01, {}, 0x82345678};
+        EXPECT_EQ(std::memcmp(&request, &expected, sizeof request), 0);
+        std::memcpy(&record, &request, offsetof(fe_read_buf, eventType));
+        char text[] = "a"; // and so on: each field of the dump has a value of its own
+        for (char *field : {record.entity_DN, record.fault_DN, record.entity_RN, record.fault_RN,
+                            record.FaultDescription, record.TimeOfEvent, record.PreviousTimeOfEvent, record.FaultName})
+            std::strcpy(field, text), ++text[0];
+        int32_t number = -12;
+        for (int32_t *field :
+             {&record.Fault_time, &record.Previous_Fault_time, &record.ProbableCause, &record.prev_vemoFaultCode})
+            *field = number++;
+        uint8_t byte = 255;
+        for (uint8_t *field : {&record.VemoManagedObjectIdLength, &record.PreviousSeverity, &record.vemoFaultOccur})
+            *field = byte--;
+        record.vemoFaultIndex = 4000000000;
+        record.vemoFaultCode = 920;
+        record.opaque_924[35] = 1; // goes as well
+        return 0;
+    });
+    world().on_broadcast = [&](auto *wbuf) { EXPECT_TRUE(only_record_is_locked() && wbuf == &buffer.block); };
+    EXPECT_EQ(process(event()), 0);
+    EXPECT_EQ(world().calls, (Lines{"IPMI_SELHVDBSELAttach", "IPMI_SELGetHVDBSELData", "IPMI_SELHVDBSELDetach",
+                                    "IPMI_SensorGetSensorData", "process_cpu_fault", "broadcast_fe_faults"}));
+    EXPECT_EQ(
+        std::regex_replace(log_text(), std::regex("fe_write_buf->"), ">"),
+        "decode_sel_entry: a1 b2 2 11 22 33 f4 65 76 4 1 30 1 57 9c dd \n"
+        "\nEntered convert_sel_to_fe_read_buf\n"
+        "entity_id = 3 eventType = 1, eventDir = 0, offset1 = 7 sens_num=-2110499208 sens_type= 1\n"
+        "Out of fe_get_severity switch case severity = 4 fault_code = 117 err: 0\n"
+        "\n\nSEL Event: P1_THERM: Upper Non-critical - going high\nSensor Name: P1_THERM\nSensor Number: 2184468088\n"
+        "Entity Id: 3\nEntity Instance: 5\nEntity Group Instance: 1\nFault Number: 117\nFault Severity: 4\n\n"
+        "Exited process_write_buf err= 0\n"
+        "\nWRITE BUF DUMP:\n>sensor_name = P1_THERM\n>entity_id = 3\n>entity_type = 1\n>entity_group_instance = 1\n"
+        ">entity_instance = 5\n>vemoFaultSeverity = 4\n>PreviousSeverity = 254\n>fe_fault_num = 117\n"
+        ">vemoFaultTags = 0\n>vemoFaultIndex = 4000000000\n>entity_DN = a\n>fault_DN = b\n>TimeOfEvent = f\n"
+        ">Fault_time = -12\n>PreviousTimeOfEvent = g\n>Previous_Fault_time = -11\n>vemoFaultOccur = 253\n"
+        ">entity_RN = c\n>fault_RN = d\n>VemoManagedObjectIdLength = 255\n>FaultDescription = e\n"
+        ">ProbableCause = -10\n>vemoFaultCode = 920\n>prev_vemoFaultCode = -9\n"
+        ">related_FaultCode.related_fc[1] = 918\n>related_FaultCode.related_fc[2] = 919\n"
+        ">related_FaultCode.related_fc[3] = 921\n>related_FaultCode.related_fc[4] = 0\n"
+        ">related_FaultCode.related_fc[5] = 0\n>related_FaultCode.related_fc[6] = 0\n>FaultName = h\n"
+        "List NULL, NO entity id found (3/5/curr:920-prev:4294967287) - sev: 4\n"
+        "Fault node hierarchy created from entity id (3/5/curr:920-prev:4294967287) - sev: 4\n"
+        "Exited update_fe_database err= 0\n");
+    EXPECT_EQ(world().broadcasts[0].vemoFaultOccur, 1); // as the table counts
+    EXPECT_EQ(sandbox.bytes("fe_table.sz"), std::string("\1\0\0\0", 4));
+}
 
-struct Rejection {
+const auto dispatch_says = [](int32_t result) { filter([=](auto &, auto &) { return result; }); };
+
+const struct {
     const char *what;
-    std::function<void(Record &, sensor_data_record &)> spoil;
+    std::function<void(Record &, sensor_data_record &)> arrange;
     int32_t result;
-    ptrdiff_t calls, lines; // how many of library_calls and of conversion_log are to be seen
-};
-
-const Rejection rejections[] = {
+    size_t calls, lines, faults = 0; // of the lines 1 tells of the record, 4 with the request, 14 with the dispatch
+    std::vector<int32_t> syslog_filters = {}; // at each broadcast
+} endings[] = {
     {"OEM record", [](auto &record, auto &) { record[2] = 0xC0; }, -108, 0, 0},
     {"event logging disabled", [](auto &record, auto &) { record[10] = 0x10; }, 0, 0, 0},
     {"no attach", [](auto &, auto &) { world().attach_result = 9; }, -102, 1, 0},
@@ -32,321 +84,153 @@ const Rejection rejections[] = {
     {"no sensor", [](auto &, auto &) { world().sensors.clear(); }, -105, 4, 1},
     {"other sensor type", [](auto &, auto &sensor) { sensor.sensor_type = 2; }, -108, 4, 1},
     {"sensor type past a byte", [](auto &, auto &sensor) { sensor.sensor_type = 0x101; }, -108, 4, 1},
+    {"refused in silence", [](auto &record, auto &sensor) { record[12] = 0x7F, sensor.entity_id = 7; }, -1, 4, 3},
     {"no write buffer", [](auto &, auto &) { fe_write_buf_struct_ptr = nullptr; }, -1, 4, 4},
     {"no record in it", [](auto &, auto &) { fe_write_buf_struct_ptr->fe_write_buf = nullptr; }, -1, 4, 4},
+    {"dispatch 2", [](auto &, auto &) { dispatch_says(2); }, 0, 6, 14, 0, {1}},
+    {"dispatch 2 at start-up", [](auto &, auto &) { dispatch_says(2), sel_init_complete = 0; }, 0, 5, 14},
+    {"dispatch 1", [](auto &, auto &) { dispatch_says(1); }, 0, 5, 14},
+    {"dispatch -1", [](auto &, auto &) { dispatch_says(-1); }, 0, 5, 14},
+    {"nothing to clear", [](auto &record, auto &) { record[12] = 0x81; }, 0, 5, 47},
+    {"created at start-up", [](auto &, auto &) { sel_init_complete = 0; }, 0, 5, 48, 1},
+    {"created", [](auto &, auto &) {}, 0, 6, 48, 1, {0}},
+    {"repeated", [](auto &record, auto &) { process(record); }, 0, 12, 98, 1, {0, 0}},
+    {"storage", [](auto &record, auto &sensor) { sensor.entity_id = 210, process(record); }, 0, 12, 98, 1, {0, 1}},
 };
 
-TEST_F(SelRoad, RejectionLeavesNothingBehind) {
+TEST_F(SelRoad, EndsAsItMustAndLeavesNothingBehind) {
     EXPECT_EQ(process_sel_data(nullptr), -103);
     EXPECT_TRUE(world().log.empty() && world().calls.empty());
-    for (const Rejection &row : rejections) {
+    for (const auto &row : endings) {
         SCOPED_TRACE(row.what);
         arrange();
         sel_init_complete = 1;
         Record record = event();
-        row.spoil(record, world().sensors[road_sensor]);
-        EXPECT_EQ(process_sel_data(record.data()), row.result);
+        row.arrange(record, world().sensors[road_sensor]);
+        EXPECT_EQ(process(record), row.result);
         fe_write_buf_struct_ptr = &buffer.block;
         buffer.block.fe_write_buf = &buffer.record;
 
-        EXPECT_EQ(world().calls, Lines(library_calls.begin(), library_calls.begin() + row.calls));
-        EXPECT_EQ(world().log, Lines(conversion_log.begin(), conversion_log.begin() + row.lines));
-        EXPECT_EQ(fe_fault_count, 0U);
-        EXPECT_EQ(sandbox.bytes("fe_table.sz"), "<missing>");
+        EXPECT_EQ(world().calls.size(), row.calls);
+        EXPECT_EQ(world().log.size(), row.lines);
+        EXPECT_EQ(fe_fault_count, row.faults);
+        EXPECT_EQ(world().syslog_filters, row.syslog_filters);
         expect_idle();
     }
 }
 
 TEST_F(SelRoad, RefusedEventIsDroppedWithALine) {
-    const std::string entered = conversion_log[1], refused = "\nconvert_sel_to_fe_read_buf returned err: -1\n";
-    EXPECT_EQ(process_sel_data(event(0x01, 0x01, 0x51).data()), -1);
-    EXPECT_EQ(world().log,
-              (Lines{"decode_sel_entry: a1 b2 2 11 22 33 f4 65 76 4 1 30 1 51 9c dd \n", entered,
-                     "entity_id = 3 eventType = 1, eventDir = 0, offset1 = 1 sens_num=48 sens_type= 1\n",
-                     "Out of fe_get_severity switch case severity = 0 fault_code = 0 err: -1\n", refused}));
-    arrange();
-    world().sensors[road_sensor].entity_id = 7;
-    EXPECT_EQ(process_sel_data(event(0x01, 0x7F).data()), -1);
-    EXPECT_EQ(world().log,
-              (Lines{"decode_sel_entry: a1 b2 2 11 22 33 f4 65 76 4 1 30 7f 57 9c dd \n", entered, refused}));
-    EXPECT_EQ(world().calls, library_calls);
-}
-
-TEST_F(SelRoad, TextIsAskedForWithEveryFieldOfTheRecord) {
-    Record record = event(0x01, 0x81);
+    world().sensors[road_sensor] = sensor(0xFFFFFFFE, 0x110, 1, 0xC0, 0x6F);
+    Record record = event(0xC0, 0xEF, 0x5F);
     record[2] = 0xBF; // the last type that is not an OEM's
-    EXPECT_EQ(process_sel_data(record.data()), 0);
-    ASSERT_EQ(world().fields.size(), 1U);
-    std::array<uint32_t, 12> words;
-    std::memcpy(words.data(), world().fields.data(), sizeof words);
-    EXPECT_EQ(words, (std::array<uint32_t, 12>{0xB2A1, 0xBF, 0xF4332211, 0x7665, 4, 1, 0x30, 1, 1, 0x57, 0x9C, 0xDD}));
-    EXPECT_EQ(log_lines("Exited process_write_buf").size(), 1U);
+    EXPECT_EQ(process(record), -1);
+    EXPECT_EQ(log_text(), "decode_sel_entry: a1 b2 bf 11 22 33 f4 65 76 4 c0 30 ef 5f 9c dd \n"
+                          "\nEntered convert_sel_to_fe_read_buf\n"
+                          "entity_id = 110 eventType = 6f, eventDir = 1, offset1 = f sens_num=-2 sens_type= c0\n"
+                          "Out of fe_get_severity switch case severity = 0 fault_code = 0 err: -1\n"
+                          "\nconvert_sel_to_fe_read_buf returned err: -1\n");
+    using Words = std::array<uint32_t, 12>; // with which the text was asked for
+    EXPECT_EQ(std::bit_cast<Words>(world().fields.at(0)),
+              (Words{0xB2A1, 0xBF, 0xF4332211, 0x7665, 4, 0xC0, 0x30, 1, 0x6F, 0x5F, 0x9C, 0xDD}));
 }
 
-// Gives each field of the dump a value of its own.
-int32_t fill_all(const fe_read_buf &request, fe_write_buf &record) {
-    std::memcpy(&record, &request, sizeof request);
-    const std::pair<char *, const char *> texts[] = {
-        {record.entity_DN, "entity dn"}, {record.fault_DN, "fault dn"},       {record.entity_RN, "entity rn"},
-        {record.fault_RN, "fault rn"},   {record.FaultDescription, "hot"},    {record.TimeOfEvent, "noon"},
-        {record.FaultName, "thermal"},   {record.PreviousTimeOfEvent, "dawn"}};
-    for (const auto &[field, text] : texts)
-        std::strcpy(field, text);
-    record.vemoFaultIndex = 4000000000;
-    record.VemoManagedObjectIdLength = 255;
-    record.Fault_time = -12;
-    record.Previous_Fault_time = 6;
-    record.PreviousSeverity = 200;
-    record.vemoFaultOccur = 222;
-    record.ProbableCause = 215;
-    record.vemoFaultCode = 176;
-    record.prev_vemoFaultCode = 174;
-    return 0;
+// The request as the entity filter gets it; the dispatch fails.
+fe_read_buf dispatched(const Record &record) {
+    fe_read_buf seen{};
+    filter([&](auto &request, auto &) { return seen = request, 1; });
+    EXPECT_EQ(process(record), 0);
+    return seen;
 }
 
-Lines success_log() {
-    Lines log = conversion_log;
-    const auto add = [&log](const Lines &lines) { log.insert(log.end(), lines.begin(), lines.end()); };
-    add({"\n\nSEL Event: " + world().event_text + "\n", "Sensor Name: P1_THERM\n", "Sensor Number: 48\n",
-         "Entity Id: 3\n", "Entity Instance: 1\n", "Entity Group Instance: 1\n", "Fault Number: 117\n",
-         "Fault Severity: 4\n\n", "Exited process_write_buf err= 0\n", "\nWRITE BUF DUMP:\n"});
-    std::istringstream fields(
-        "sensor_name = P1_THERM;entity_id = 3;entity_type = 1;entity_group_instance = 1;entity_instance = 1;"
-        "vemoFaultSeverity = 4;PreviousSeverity = 200;fe_fault_num = 117;vemoFaultTags = 0;"
-        "vemoFaultIndex = 4000000000;entity_DN = entity dn;fault_DN = fault dn;TimeOfEvent = noon;"
-        "Fault_time = -12;PreviousTimeOfEvent = dawn;Previous_Fault_time = 6;vemoFaultOccur = 222;"
-        "entity_RN = entity rn;fault_RN = fault rn;VemoManagedObjectIdLength = 255;FaultDescription = hot;"
-        "ProbableCause = 215;vemoFaultCode = 176;prev_vemoFaultCode = 174;related_FaultCode.related_fc[1] = 177;"
-        "related_FaultCode.related_fc[2] = 175;related_FaultCode.related_fc[3] = 0;"
-        "related_FaultCode.related_fc[4] = 0;related_FaultCode.related_fc[5] = 0;"
-        "related_FaultCode.related_fc[6] = 0;FaultName = thermal");
-    for (std::string field; std::getline(fields, field, ';');)
-        add({"fe_write_buf->" + field + "\n"});
-    const std::string keys = " (3/1/curr:176-prev:174) - sev: 4\n";
-    add({"List NULL, NO entity id found" + keys, "Fault node hierarchy created from entity id" + keys,
-         "Exited update_fe_database err= 0\n"});
-    return log;
-}
-
-TEST_F(SelRoad, TakesEveryStepInOrder) {
-    const auto expect_only_record_locked = [this] {
-        EXPECT_EQ(pthread_mutex_trylock(&buffer.block.fe_write_buf_mutex), EBUSY);
-        EXPECT_TRUE(is_free(fe_table_mutex));
+TEST_F(SelRoad, InstanceCountsFromOneAndIsTheSensorsButForMemory) {
+    const Record threshold = event();
+    const Record oem_split = event(0x0D, 0x7F, 0x59);  // splits the instance of a memory module
+    const Record oem_offset = event(0x01, 0xF0, 0x53); // takes the instance from the offset
+    // Entity id and instance of the sensor, floor of the entity; instance and group of the request, as dispatched.
+    const std::tuple<uint32_t, uint32_t, int32_t, Record, int32_t, int32_t> rows[] = {
+        // clang-format off
+        {3, 5, 1, threshold, 5, 1}, {3, 5, 0, threshold, 6, 1}, {3, 5, 2, threshold, 6, 1},
+        {3, UINT32_MAX, 0, threshold, 0, 1}, {0x103, 5, 0, threshold, 5, 1}, // 0x103 and 0xFFFFFF03 have no floor
+        {0xFFFFFF03, 0x80000000, 0, threshold, INT32_MIN, 1},
+        {8, 42, 0, oem_split, 3, 5}, {8, 5, 1, oem_offset, 4, 5}, {25, 5, 0, oem_offset, 4, 6},
+        {0x108, 5, 1, oem_offset, 5, 5}, {32, 5, 0, oem_offset, 6, 6}, // get their own back
+        // clang-format on
     };
-    for (const int32_t started : {0, 1}) {
-        SCOPED_TRACE(started);
+    for (const auto &[entity_id, sensor_instance, floor, record, instance, group] : rows) {
         arrange();
-        sel_init_complete = started;
-        filter([&](fe_read_buf &request, fe_write_buf &record) {
-            expect_only_record_locked();
-            return fill_all(request, record);
-        });
-        world().on_broadcast = [&](fe_write_buf_struct *wbuf) {
-            expect_only_record_locked();
-            EXPECT_EQ(wbuf, &buffer.block);
-        };
-        EXPECT_EQ(process_sel_data(event().data()), 0);
-
-        Lines calls = library_calls;
-        calls.push_back("process_cpu_fault");
-        if (started != 0)
-            calls.push_back("broadcast_fe_faults");
-        EXPECT_EQ(world().calls, calls);
-        EXPECT_EQ(world().log, success_log());
-        EXPECT_EQ(fe_fault_count, 1U);
-        EXPECT_EQ(sandbox.bytes("fe_table.sz"), started != 0 ? std::string("\1\0\0\0", 4) : "<missing>");
-        expect_idle();
+        world().sensors[road_sensor] = sensor(road_sensor, entity_id, sensor_instance, record[10], 0x01);
+        fe_sdr_instance_array[entity_id & 0xFF] = floor;
+        const fe_read_buf seen = dispatched(record);
+        EXPECT_EQ(std::pair(seen.entity_instance, seen.entity_group_instance), std::pair(instance, group)) << entity_id;
+        const std::string text = std::to_string(static_cast<uint32_t>(instance));
+        EXPECT_EQ(log_lines("Entity Instance: "), Lines{"Entity Instance: " + text + "\n"});
     }
-    ASSERT_EQ(world().broadcasts.size(), 1U);
-    const fe_write_buf &sent = world().broadcasts[0];
-    EXPECT_STREQ(sent.severity_word, "minor");
-    EXPECT_EQ(sent.related_FaultCode.related_fc[0], 176);
-    EXPECT_EQ(sent.vemoFaultOccur, 1); // as the table counts, not as the filter wrote
-}
-
-struct Commit {
-    const char *what;
-    uint32_t entity_id;
-    uint8_t dir_type;
-    int records;
-    int32_t dispatch_result, step_result;
-    bool stored, broadcast;
-    int32_t syslog_filter;
-};
-
-const Commit commits[] = {
-    {"created", 3, 0x01, 1, 0, 0, true, true, 0},
-    {"repeated", 3, 0x01, 2, 0, 0, true, true, 0},
-    {"created, storage", 210, 0x01, 1, 0, 0, true, true, 0},
-    {"repeated, storage", 210, 0x01, 2, 0, 2, true, true, 1},
-    {"nothing to clear", 3, 0x81, 1, 0, -1, false, false, 0},
-    {"dispatch 2", 3, 0x01, 1, 2, 2, false, true, 1},
-    {"dispatch 1", 3, 0x01, 1, 1, 1, false, false, 0},
-    {"dispatch -1", 3, 0x01, 1, -1, -1, false, false, 0},
-};
-
-TEST_F(SelRoad, ResultDecidesDumpTableAndBroadcast) {
-    for (const Commit &row : commits)
-        for (const int32_t started : {0, 1}) {
-            SCOPED_TRACE(row.what + std::to_string(started));
-            arrange();
-            sel_init_complete = started;
-            world().sensors[road_sensor].entity_id = row.entity_id;
-            filter([&](fe_read_buf &request, fe_write_buf &record) {
-                std::memcpy(&record, &request, sizeof request);
-                return row.dispatch_result;
-            });
-            for (int i = 0; i < row.records; ++i) {
-                world().log.clear();
-                world().syslog_filters.clear();
-                EXPECT_EQ(process_sel_data(event(0x01, row.dir_type).data()), 0);
-                expect_idle();
-            }
-
-            const auto err = [](int32_t result) { return " err= " + std::to_string(result) + "\n"; };
-            EXPECT_EQ(log_lines("Exited "), (Lines{"Exited process_write_buf" + err(row.dispatch_result),
-                                                   "Exited update_fe_database" + err(row.step_result)}));
-            EXPECT_EQ(log_lines("\nWRITE BUF DUMP").empty(), row.dispatch_result != 0);
-            EXPECT_EQ(fe_fault_count, row.stored ? 1U : 0U);
-            const bool sent = row.broadcast && started != 0;
-            EXPECT_EQ(world().syslog_filters, std::vector<int32_t>(sent ? 1 : 0, row.syslog_filter));
-            EXPECT_EQ(syslog_filter, sent ? row.syslog_filter : 0);
-        }
 }
 
 TEST_F(SelRoad, SeverityWordIsThatOfTheRequestAfterTheDispatch) {
-    const char *const words[] = {"cleared", "info", nullptr, "warning", "minor", "major", "critical", nullptr};
     sel_init_complete = 1;
-    for (int32_t severity = 0; severity < 8; ++severity) {
-        char expected[FE_SEVERITY_WORD_SIZE] = "what the filter wrote";
+    std::string words;
+    for (const int32_t severity : {0, 1, 2, 3, 4, 5, 6, 7}) {
         filter([&](fe_read_buf &request, fe_write_buf &record) {
             request.vemoFaultSeverity = severity;
-            std::memcpy(record.severity_word, expected, sizeof expected);
+            std::memset(record.severity_word, '-', sizeof record.severity_word);
             return 2; // broadcast as it is
         });
-        EXPECT_EQ(process_sel_data(event().data()), 0);
-        if (const char *const word = words[severity])
-            std::memcpy(expected, word, std::strlen(word) + 1);
-        EXPECT_EQ(std::memcmp(world().broadcasts.back().severity_word, expected, sizeof expected), 0) << severity;
+        EXPECT_EQ(process(event()), 0);
+        words += std::string(world().broadcasts.back().severity_word, 10) + " ";
     }
+    std::replace(words.begin(), words.end(), '\0', '.');
+    EXPECT_EQ(words, "cleared.-- info.----- ---------- warning.-- minor.---- major.---- critical.- ---------- ");
 }
 
-struct Filling {
-    const char *what;
-    uint32_t entity_id, sensor_instance;
-    int32_t floor;
-    Record record;
-    int32_t instance, group, fault_number, severity; // of the request, as dispatched
-};
-
-const Record threshold = event();
-const Record oem_split = event(0x0D, 0x7F, 0x59);  // splits the instance of a memory module
-const Record oem_offset = event(0x01, 0xF0, 0x53); // takes the instance from the offset
-
-const Filling fillings[] = {
-    {"counted from 1", 3, 5, 1, threshold, 5, 1, 117, 4},
-    {"counted from 0", 3, 5, 0, threshold, 6, 1, 117, 4},
-    {"floor above 1", 3, 5, 2, threshold, 6, 1, 117, 4},
-    {"last instance", 3, UINT32_MAX, 0, threshold, 0, 1, 117, 4},
-    {"entity word past a byte", 0x103, 5, 0, threshold, 5, 1, 117, 4},
-    {"entity word below 0", 0xFFFFFF03, 5, 0, threshold, 5, 1, 117, 4},
-    {"8 keeps the split instance", 8, 40, 1, oem_split, 8, 5, 74, 3},
-    {"8 splits the raised instance", 8, 42, 0, oem_split, 3, 5, 74, 3},
-    {"8 keeps the offset's instance", 8, 5, 1, oem_offset, 4, 5, 64, 3},
-    {"25 keeps the offset's instance", 25, 5, 0, oem_offset, 4, 6, 64, 3},
-    {"32 gets its own back", 32, 5, 1, oem_offset, 5, 5, 64, 3},
-    {"32 gets its own back, raised", 32, 5, 0, oem_offset, 6, 6, 64, 3},
-    {"49 gets its own back", 49, 9, 1, oem_offset, 9, 1, 63, 3},
-};
-
-TEST_F(SelRoad, RequestIsFilledFromSensorAndEvent) {
-    for (const Filling &row : fillings) {
-        SCOPED_TRACE(row.what);
-        arrange();
-        const uint8_t type = row.record[10], entity = static_cast<uint8_t>(row.entity_id);
-        // The number in the sensor's own record counts, not the one that it was asked for by.
-        world().sensors[road_sensor] = sensor(0x12345678, row.entity_id, row.sensor_instance, type, 0x01);
-        fe_sdr_instance_array[entity] = row.floor;
-        fe_read_buf seen{};
-        filter([&seen](fe_read_buf &request, fe_write_buf &) {
-            seen = request;
-            return 1;
-        });
-        EXPECT_EQ(process_sel_data(row.record.data()), 0);
-
-        const uint8_t event_type = row.record[12] & 0x7F;
-        const fe_read_buf expected = {entity,           type, {},         row.group,  row.instance, row.severity,
-                                      row.fault_number, 0,    "P1_THERM", event_type, {},           0x12345678};
-        EXPECT_EQ(std::memcmp(&seen, &expected, sizeof seen), 0);
-        const auto unsigned_text = [](int32_t word) { return std::to_string(static_cast<uint32_t>(word)) + "\n"; };
-        EXPECT_EQ(log_lines("Entity Instance"), Lines{"Entity Instance: " + unsigned_text(seen.entity_instance)});
-        EXPECT_EQ(log_lines("Entity Group"), Lines{"Entity Group Instance: " + unsigned_text(row.group)});
-    }
+std::string run(size_t length, char c) {
+    return std::string(length, c);
 }
 
-struct BiosPost {
-    const char *text;
-    int32_t started;
-    uint8_t offset; // 0: severity 6, 1: cleared
-    bool pauses;
+// The chosen one of the first two words loses its last character, a colon mostly.
+const struct {
+    std::string text, name;
+    bool pauses = false; // as at the end of the BIOS power-on self test
+} names[] = {
+    // clang-format off
+    {"FAN3: Lower Critical", "FAN3"}, {"FRU_X ABC: x", "ABC"}, {"FRU ABC: x", "FR"}, {"XFRU_X ABC: x", "XFRU_"},
+    {"fru_x ABC: x", "fru_"}, {"PSU1 STAT: x", "STAT"}, {"MAIN_PSU2: VOLT: x", "VOLT"}, {"XPSU ABC:", "ABC"},
+    {"psu1: ABC: x", "psu1"}, {"LED_PSU1: ABC: x", "LED_PSU1"}, {"LED_PSU ABC: x", "LED_PS"}, {"LED_X PSU1: x", "LED_"},
+    {"XLED_PSU ABC: x", "ABC"}, {"LED_XPSU ABC: x", "ABC"}, {"FRU_X LED_PSU: x", "LED_PSU"},
+    // white space
+    {" \t FAN3:\nx", "FAN3"}, {"FRU_X\n\tABC:\rx", "ABC"}, {"FAN3:\vx", "FAN3"}, {"FAN3:\fx", "FAN3"},
+    // short words, and too few of them
+    {"A B", ""}, {"FRU_X Y", ""}, {"AB C", "A"}, {"FRU_X YZ", "Y"}, {"", ""}, {" \t ", ""}, {"F", ""}, {"FRU_X \t", ""},
+    // the first word, trimmed if it was chosen, also tells the end of the self test
+    {"BIOS_POST_CMPLT: x", "BIOS_POST_CMPLT", true}, {"BIOS_POST_CMPLT x", "BIOS_POST_CMPL"},
+    {"BIOS_POST_CMPLT2: x", "BIOS_POST_CMPLT2"}, {"bios_post_cmplt: x", "bios_post_cmplt"},
+    {"FRU_X BIOS_POST_CMPLT: x", "BIOS_POST_CMPLT"}, {"PSU1 BIOS_POST_CMPLT: x", "BIOS_POST_CMPLT"},
+    {"BIOS_POST_CMPLT:", "", true}, {"BIOS_POST_CMPLT", ""},
+    // a name has 19 characters, a word 39, which do not reach into the next; a text may have no NUL
+    {"abcdefghijklmnopqr: x", "abcdefghijklmnopqr"}, {"abcdefghijklmnopqrs: x", "abcdefghijklmnopqrs"},
+    {"abcdefghijklmnopqrst: x", "abcdefghijklmnopqrs"}, {run(19, 'n') + run(60, 'x') + ": x", run(19, 'n')},
+    {run(300, 'F'), ""}, {run(256, 'F'), ""}, {run(256, ' '), ""}, {run(250, ' ') + "AB C D", "A"},
+    {"FRU_X " + run(250, 'y'), run(19, 'y')}, {run(200, 'F') + " " + run(55, 'z'), run(19, 'F')},
+    {"FRU_" + run(200, 'x') + " YZ: " + run(47, 'w'), "YZ"}, {run(36, 'x') + "PSU YZ: w", "YZ"},
+    {run(36, 'x') + "PSUPSU YZ: w", "YZ"}, {run(37, 'x') + "PSU YZ: w", run(19, 'x')},
+    // clang-format on
 };
 
-const BiosPost bios_posts[] = {
-    {"BIOS_POST_CMPLT: done", 0, 1, false},    {"BIOS_POST_CMPLT: done", 1, 0, true},
-    {"BIOS_POST_CMPLT: done", 1, 1, true},     {"BIOS_POST_CMPLT done", 1, 1, false},
-    {"BIOS_POST_CMPLT2: done", 1, 1, false},   {"bios_post_cmplt: done", 1, 1, false},
-    {"FRU_X BIOS_POST_CMPLT: x", 1, 1, false}, {"PSU1 BIOS_POST_CMPLT: x", 1, 1, false},
-};
-
-TEST_F(SelRoad, EndOfBiosPostPausesAndLooksForStaleFaults) {
-    for (const BiosPost &row : bios_posts) {
-        SCOPED_TRACE(row.text);
-        arrange();
-        world().event_text = row.text;
-        world().sensors[road_sensor] = sensor(road_sensor, 34, 1, 0x01, 0x08);
-        world().sensors[0x31] = sensor(0x31, 7, 1, 0x01, 0x01);
-        world().readings[0x31] = 1; // not stale
-        store(176, 0, 0x31);
-        world().on_sleep = [&](int32_t) { world().readings[0x31] = 0xC0; }; // stale
-        sel_init_complete = row.started;
-        fe_write_buf_struct_ptr = nullptr; // all of it comes before the write buffer is looked for
-        EXPECT_EQ(process_sel_data(event(0x01, 0x08, row.offset).data()), -1);
-        EXPECT_EQ(world().sleeps, std::vector<int32_t>(row.pauses ? 1 : 0, 30));
-        const bool looks = row.pauses && row.offset == 1;
-        EXPECT_EQ(log_lines("Inside cleanup_deasserted_events...\n").size(), looks ? 2U : 0U);
-        EXPECT_EQ(log_lines("Clearing stale fault").size(), looks ? 1U : 0U);
-    }
-}
-
-TEST_F(SelRoad, DuplicatesAreSweptByTheFirstRecordAfterStartUpAlone) {
-    if (testing::UnitTest::GetInstance()->test_to_run_count() > 1)
-        GTEST_SKIP() << "happens once in the life of a process, and another test may have had it";
-    filter([](auto &, auto &) { return 2; });
-    const auto faults_after = [](int32_t started, uint8_t offset, int32_t result) {
-        sel_init_complete = started;
-        world().log.clear();
-        EXPECT_EQ(process_sel_data(event(0x01, 0x01, offset).data()), result);
-        return fe_fault_count;
-    };
-    store(1);
-    store(2);
-    store(2, 1);
-    EXPECT_EQ(faults_after(0, 7, 0), 2U);  // start-up is not over
-    EXPECT_EQ(faults_after(1, 1, -1), 2U); // a rejected record does not count
-    world().on_broadcast = [](fe_write_buf_struct *) { EXPECT_EQ(fe_fault_count, 1U); };
-    EXPECT_EQ(faults_after(1, 7, 0), 1U);
-    const Lines &log = world().log;
-    const auto sweep = std::find(log.begin(), log.end(), "Inside cleanup_duplicate_events...\n");
-    ASSERT_NE(sweep, log.end());
-    EXPECT_EQ(*(sweep - 1), "Exited process_write_buf err= 2\n");
-    EXPECT_EQ(log.back(), "Exited update_fe_database err= 2\n");
-    EXPECT_EQ(world().broadcasts.size(), 1U);
-
-    store(1);
-    store(1, 2); // finds the fault of code 2 first, and makes it another of code 1
-    world().on_broadcast = nullptr;
-    EXPECT_EQ(faults_after(1, 7, 0), 2U);
-    EXPECT_EQ(log_lines("Inside cleanup"), Lines{});
+TEST_F(SelRoad, TextGivesTheNameAndTheEndOfTheSelfTest) {
+    for (const auto &[text, name, pauses] : names)
+        for (const auto &[started, dir_type, searches] : {std::tuple(0, 0x81, 0U), {1, 0x01, 0U}, {1, 0x81, 2U}}) {
+            SCOPED_TRACE(text);
+            arrange();
+            world().event_text = text;
+            world().on_sleep = [](int32_t) { EXPECT_EQ(world().log.size(), 4U); }; // neither search nor commit
+            sel_init_complete = started;
+            const fe_read_buf request = dispatched(event(0x01, static_cast<uint8_t>(dir_type)));
+            EXPECT_EQ(std::string(request.sensor_name, FE_SENSOR_NAME_SIZE),
+                      name + run(FE_SENSOR_NAME_SIZE - name.size(), '\0'));
+            EXPECT_EQ(log_lines("\n\nSEL Event"), Lines{"\n\nSEL Event: " + text.substr(0, 255) + "\n"});
+            EXPECT_EQ(world().sleeps, std::vector<int32_t>(pauses && started != 0 ? 1 : 0, 30));
+            EXPECT_EQ(log_lines("Inside cleanup_deasserted_events...\n").size(), pauses ? searches : 0);
+        }
 }
 
 } // namespace

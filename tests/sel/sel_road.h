@@ -16,8 +16,8 @@ constexpr uint8_t road_sensor = 0x30;
 
 // The 16 bytes differ from each other, and the top bit of the time stamp is set.
 inline Record event(uint8_t sensor_type = 0x01, uint8_t dir_type = 0x01, uint8_t data_1 = 0x57) {
-    const uint8_t s = sensor_type, n = road_sensor, d = dir_type, o = data_1;
-    return {0xA1, 0xB2, 0x02, 0x11, 0x22, 0x33, 0xF4, 0x65, 0x76, 0x04, s, n, d, o, 0x9C, 0xDD};
+    return {0xA1, 0xB2, 0x02,        0x11,        0x22,     0x33,   0xF4, 0x65,
+            0x76, 0x04, sensor_type, road_sensor, dir_type, data_1, 0x9C, 0xDD};
 }
 
 inline bool is_free(pthread_mutex_t &mutex) {
@@ -29,6 +29,13 @@ inline Lines log_lines(const std::string &prefix) {
     std::copy_if(world().log.begin(), world().log.end(), std::back_inserter(lines),
                  [&](const std::string &line) { return line.starts_with(prefix); });
     return lines;
+}
+
+inline std::string log_text() {
+    std::string text;
+    for (const std::string &line : world().log)
+        text += line;
+    return text;
 }
 
 // What the entity filter makes of the request; its result is that of the dispatch.
@@ -55,19 +62,6 @@ protected:
         EXPECT_EQ(std::memcmp(&buffer.record, &zero, sizeof zero), 0);
         EXPECT_TRUE(is_free(buffer.block.fe_write_buf_mutex));
         EXPECT_EQ(broken_invariant(), "");
-    }
-
-    // A fault put into the table past the road. Codes 1, 2, then 2 related to 1 leave two faults of code 2. Nothing
-    // describes sensor 256, so no stale pass clears them.
-    static void store(int32_t code, int32_t related = 0, uint32_t sensor_number = 256) {
-        fe_write_buf record{};
-        record.vemoFaultSeverity = FE_SEVERITY_MAJOR;
-        record.sens_num = sensor_number;
-        record.vemoFaultCode = code;
-        record.related_FaultCode.related_fc[1] = related;
-        fe_write_buf_struct block{};
-        block.fe_write_buf = &record;
-        ASSERT_EQ(update_fe_database(&block), 0);
     }
 
     SandboxPaths sandbox;

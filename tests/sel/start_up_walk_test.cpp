@@ -1,22 +1,16 @@
-// The walk of the whole SEL at start-up, and what follows it.
+// The walk of the whole SEL at start-up, what follows it, and the look-up in an entity table.
 #include "sel_road.h"
 
-#include <cstdarg>
 #include <syslog.h>
 
-static Lines syslog_lines;
-static std::function<void()> on_syslog;
+#include "support/interpose_live.h"
+
+static std::function<void(int, const char *)> on_syslog;
 
 // Stands in front of the C library's for the library under test.
 extern "C" void syslog(int priority, const char *format, ...) {
-    char text[64];
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
-    syslog_lines.push_back(std::to_string(priority) + " " + text);
     if (on_syslog)
-        on_syslog();
+        on_syslog(priority, format);
 }
 
 namespace {
@@ -30,191 +24,140 @@ sel_list_entry listed(const Record &record, uint32_t number) {
     return entry;
 }
 
-// The road passes over it without a word, so that the walk's own line alone tells of it.
-sel_list_entry ignored(size_t number) {
-    return listed(event(0x10), static_cast<uint32_t>(number));
+// The road passes over these entries without a word: the walk's own lines alone tell of them.
+void fill_sel(uint32_t total) {
+    for (uint32_t i = 0; i < total; ++i)
+        world().sel.push_back(listed(event(0x10), i));
 }
 
-void fill_sel(size_t total) {
-    for (size_t i = 0; i < total; ++i)
-        world().sel.push_back(ignored(i));
-}
-
-Lines walk_lines(size_t count) {
-    Lines lines;
-    for (size_t i = 0; i < count; ++i)
-        lines.push_back("populate_all_sel_events:Sensor num: " + std::to_string(i) + "\n");
-    return lines;
+void expect_walk(int32_t result, const Requests &requests, uint32_t processed) {
+    EXPECT_EQ(populate_all_sel_events(), result);
+    EXPECT_EQ(world().chunk_requests, requests);
+    std::string lines;
+    for (uint32_t i = 0; i < processed; ++i)
+        lines += "populate_all_sel_events:Sensor num: " + std::to_string(i) + "\n";
+    EXPECT_EQ(log_text(), lines);
 }
 
 TEST_F(SelRoad, WalkReadsTheSelInChunksOf512) {
-    for (const size_t total : {0U, 1U, 511U, 512U, 513U, 600U, 1024U, 65535U}) {
-        SCOPED_TRACE(total);
+    for (const uint32_t total : {0U, 1U, 511U, 512U, 513U, 600U, 1024U, 65535U}) {
         arrange();
-        Requests requests;
-        for (size_t start = 0; start < total; start += 512)
-            requests.emplace_back(start + 1, std::min<size_t>(512, total - start));
         fill_sel(total);
+        Requests requests;
+        for (uint32_t start = 0; start < total; start += 512)
+            requests.emplace_back(start + 1, std::min(512U, total - start));
         if (total != 0)
             world().sel.back().record.record_type = 0xC0;
-        EXPECT_EQ(populate_all_sel_events(), total == 0 ? 0 : -108); // the last record's result
-        EXPECT_EQ(world().chunk_requests, requests);
-        EXPECT_EQ(world().log, walk_lines(total));
+        expect_walk(total == 0 ? 0 : -108, requests, total); // the last record's result
     }
 }
 
-struct Chunk {
-    uint32_t reported; // number of entries that DecodeSel claims
-    uint32_t written;  // number that it puts into the decode area
-    uint16_t next;
-    int32_t result;
-};
+// Number of entries that DecodeSel claims, number that it puts into the decode area, next id, result.
+using Chunk = std::tuple<uint32_t, uint32_t, uint16_t, int32_t>;
 
-// Serves `chunks` in turn, whatever is asked for; their entries are numbered through.
-void serve(const std::vector<Chunk> &chunks) {
-    world().decode = [chunks](uint8_t *area, uint16_t, uint16_t, uint32_t *decoded) {
-        EXPECT_EQ(reinterpret_cast<uint8_t *>(decoded), area + 12);
-        std::memset(area, 0xEE, 4); // the request word is to be set before every call
-        const size_t served = world().chunk_requests.size() - 1;
-        const Chunk &chunk = chunks.at(served);
-        size_t number = 0;
-        for (size_t i = 0; i < served; ++i)
-            number += chunks[i].written;
-        for (size_t i = 0; i < chunk.written; ++i) {
-            const sel_list_entry entry = ignored(number + i);
-            std::memcpy(area + 180242 + sizeof entry * i, &entry, sizeof entry);
-        }
-        std::memcpy(area + 16, &chunk.next, sizeof chunk.next);
-        *decoded = chunk.reported;
-        return chunk.result;
-    };
-}
-
-struct OddWalk {
-    const char *what;
-    size_t total;
-    std::vector<Chunk> chunks;
-    Requests requests;
-    size_t processed;
-    int32_t result;
-};
-
-constexpr uint32_t huge = UINT32_MAX;
-const OddWalk odd_walks[] = {
-    {"odd next id", 600, {{512, 512, 0x2000, 0}, {88, 88, 7, 0}}, {{1, 512}, {0x2000, 88}}, 600, 0},
-    {"early end", 1500, {{512, 512, 0xFFFF, 0}}, {{1, 512}}, 512, 0},
-    {"short chunk", 1030, {{9, 9, 10, 0}, {512, 512, 522, 0}, {6, 6, 9, 0}}, {{1, 512}, {10, 512}, {522, 6}}, 527, 0},
-    {"nothing", 600, {{0, 0, 2, 0}, {0, 0, 3, 0}}, {{1, 512}, {2, 88}}, 0, 0},
-    {"more than the list holds", 3, {{600, 512, 0xFFFF, 0}}, {{1, 3}}, 3, 0},
-    {"more than a chunk", 600, {{513, 512, 513, 0}, {88, 88, 0xFFFF, 0}}, {{1, 512}, {513, 88}}, 600, 0},
-    {"far more", 600, {{huge, 512, 513, 0}, {huge, 512, 9, 0}}, {{1, 512}, {513, 88}}, 600, 0},
-    {"more than asked", 513, {{10, 10, 11, 0}, {512, 512, 0xFFFF, 0}}, {{1, 512}, {11, 1}}, 513, 0},
-    {"first chunk fails", 600, {{512, 512, 513, 1}}, {{1, 512}}, 0, -104},
-    {"second chunk fails", 1100, {{512, 512, 513, 0}, {512, 512, 1025, -1}}, {{1, 512}, {513, 512}}, 0, -104},
+// Length of the SEL, chunks served in turn, what is asked for, number of entries processed, result.
+const std::tuple<uint16_t, std::vector<Chunk>, Requests, uint32_t, int32_t> odd_walks[] = {
+    {600, {{512, 512, 0x2000, 0}, {88, 88, 7, 0}}, {{1, 512}, {0x2000, 88}}, 600, 0}, // the next id is what is told
+    {1500, {{512, 512, 0xFFFF, 0}}, {{1, 512}}, 512, 0},                              // an early end
+    {1030, {{0, 0, 10, 0}, {512, 512, 522, 0}, {6, 6, 9, 0}}, {{1, 512}, {10, 512}, {522, 6}}, 518, 0},
+    {3, {{600, 512, 0xFFFF, 0}}, {{1, 3}}, 3, 0}, // more than the list holds, than a chunk, than was asked for
+    {600, {{513, 512, 513, 0}, {88, 88, 0xFFFF, 0}}, {{1, 512}, {513, 88}}, 600, 0},
+    {600, {{UINT32_MAX, 512, 513, 0}, {UINT32_MAX, 512, 9, 0}}, {{1, 512}, {513, 88}}, 600, 0},
+    {513, {{10, 10, 11, 0}, {512, 512, 0xFFFF, 0}}, {{1, 512}, {11, 1}}, 513, 0},
+    {600, {{512, 512, 513, 1}}, {{1, 512}}, 0, -104},
+    {1100, {{512, 512, 513, 0}, {512, 512, 1025, -1}}, {{1, 512}, {513, 512}}, 0, -104},
 };
 
 TEST_F(SelRoad, WalkTakesWhatTheDecoderGives) {
-    for (const OddWalk &row : odd_walks) {
-        SCOPED_TRACE(row.what);
+    for (const auto &[total, chunks, requests, processed, result] : odd_walks) {
         arrange();
-        world().sel.resize(row.total);
-        serve(row.chunks);
-        EXPECT_EQ(populate_all_sel_events(), row.result);
-        EXPECT_EQ(world().chunk_requests, row.requests);
-        EXPECT_EQ(world().log, walk_lines(row.processed));
+        fill_sel(2000);
+        const auto entries = std::exchange(world().sel, std::vector<sel_list_entry>(total));
+        auto entry = entries.begin();
+        auto chunk = chunks.begin();
+        world().decode = [&](uint8_t *area, uint16_t, uint16_t, uint32_t *decoded) {
+            const auto [claimed, written, next, decode_result] = *chunk++;
+            EXPECT_EQ(reinterpret_cast<uint8_t *>(decoded), area + 12);
+            std::memset(area, 0xEE, 4); // the request word is to be set before every call
+            std::memcpy(area + 16, &next, sizeof next);
+            std::copy_n(entry, written, reinterpret_cast<sel_list_entry *>(area + 180242));
+            entry += written;
+            *decoded = claimed;
+            return decode_result;
+        };
+        expect_walk(result, requests, processed);
     }
 }
 
-TEST_F(SelRoad, WalkGoesOnWhateverARecordGives) {
-    Record oem = event(), unknown = event();
-    oem[2] = 0xC0;
-    unknown[11] = road_sensor + 1;
-    world().sel = {listed(oem, 0), listed(unknown, 1), listed(event(), 2), listed(unknown, 0xFFFFFFFE)};
-    EXPECT_EQ(populate_all_sel_events(), -105);
-    Lines lines = walk_lines(3);
-    lines.push_back("populate_all_sel_events:Sensor num: -2\n");
-    EXPECT_EQ(log_lines("populate"), lines);
-    EXPECT_EQ(fe_fault_count, 1U);
-    EXPECT_TRUE(world().broadcasts.empty());
-    const auto third = std::find(world().log.begin(), world().log.end(), lines[2]);
-    EXPECT_EQ(*(third - 1), "Exited update_fe_database err= 0\n"); // a line follows its record
-}
-
-TEST_F(SelRoad, WalkNeedsSizeAndMemory) {
+TEST_F(SelRoad, WalkWithoutMemoryEndsEarly) {
     fill_sel(3);
-    world().total_result = 5;
-    EXPECT_EQ(populate_all_sel_events(), -1);
-    world().total_result = 0;
-    {
-        const FailCall no_memory(Call::allocate, 1);
-        EXPECT_EQ(populate_all_sel_events(), 0);
-        EXPECT_EQ(no_memory.count(), 1);
-    }
-    EXPECT_EQ(world().calls, (Lines{"SELTotalSEL", "SELTotalSEL"}));
-    EXPECT_TRUE(world().log.empty());
+    const FailCall no_memory(Call::allocate, 1);
+    expect_walk(0, {}, 0);
+    EXPECT_EQ(no_memory.count(), 1);
 }
 
 TEST_F(SelRoad, WalkFitsAStackOf512KiB) {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "ThreadSanitizer's own data leaves no room on such a stack";
+#endif
     fill_sel(600);
-    world().sel[599] = listed(event(), 599);
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, 512 * 1024);
     pthread_t thread;
-    const auto walk = [](void *) -> void * { return populate_all_sel_events() == 0 ? world().sel.data() : nullptr; };
+    const auto walk = [](void *) -> void * { return populate_all_sel_events() == 0 ? &world() : nullptr; };
     ASSERT_EQ(pthread_create(&thread, &attributes, walk, nullptr), 0);
     void *done = nullptr;
     pthread_join(thread, &done);
-    pthread_attr_destroy(&attributes);
     EXPECT_NE(done, nullptr);
-    EXPECT_EQ(fe_fault_count, 1U);
-}
-
-// The SEL holds one fault, whose sensor goes quiet during the pause; the table holds two duplicates already.
-TEST_F(SelRoad, StartUpWalksTidiesAndOnlyThenWrites) {
-    for (const auto &[code, related] : {std::pair(1, 0), {2, 0}, {2, 1}})
-        store(code, related);
-    world().sel = {listed(event(), 0)};
-    world().readings[road_sensor] = 0x01;
-    world().on_sleep = [](int32_t) {
-        EXPECT_EQ(log_lines("Inside cleanup").size(), 1U);
-        EXPECT_EQ(fe_fault_count, 3U);
-        world().readings[road_sensor] = 0xC0;
-    };
-    syslog_lines.clear();
-    on_syslog = [this] {
-        EXPECT_EQ(sel_init_complete, 1);
-        EXPECT_EQ(fe_fault_count, 1U);
-        EXPECT_EQ(sandbox.bytes("fe_table.sz"), "<missing>");
-    };
-    EXPECT_EQ(init_event_thread(), 0);
-    on_syslog = nullptr;
-
-    EXPECT_EQ(world().sleeps, std::vector<int32_t>{5});
-    EXPECT_EQ(syslog_lines, Lines{"7 SEL INIT DONE\n"});
-    const std::string stale = "Inside cleanup_deasserted_events...\n";
-    EXPECT_EQ(log_lines("Inside cleanup"), (Lines{stale, stale, "Inside cleanup_duplicate_events...\n"}));
-    EXPECT_TRUE(world().broadcasts.empty());
-    EXPECT_EQ(sandbox.bytes("fe_table.sz"), std::string("\1\0\0\0", 4));
-    EXPECT_EQ(sandbox.bytes("fe_table.entry").size(), sizeof(fe_write_buf));
 }
 
 TEST_F(SelRoad, StartUpFinishesWhateverTheWalkGives) {
-    for (const int32_t result : {0, -1, -104}) {
-        SCOPED_TRACE(result);
+    Record oem = event(), unknown = event();
+    oem[2] = 0xC0;
+    unknown[11] = road_sensor + 1;
+    for (const auto &[entries, result] : {std::pair(4U, 0), {0U, 0}, {3U, -1}, {3U, -104}}) {
         arrange();
-        fill_sel(result == 0 ? 0 : 1);
+        sandbox.create("fe_table.sz");
+        world().sel = {listed(oem, 0), listed(event(), 1), listed(unknown, 0xFFFFFFFE), listed(event(0x10), 7)};
+        world().sel.resize(entries);
         world().total_result = result == -1 ? 3 : 0;
-        serve({{1, 1, 0xFFFF, 3}});
-        syslog_lines.clear();
+        if (result == -104)
+            world().decode = [](auto...) { return 1; };
+        world().on_sleep = [](int32_t seconds) { world().log.push_back("pause " + std::to_string(seconds) + "\n"); };
+        const OnSweep sweep([] { world().log.push_back("sweep " + std::to_string(sel_init_complete) + "\n"); });
+        on_syslog = [&](int priority, const char *text) {
+            world().log.push_back(std::to_string(priority) + " " + text);
+            EXPECT_EQ(sel_init_complete, 1);
+            EXPECT_EQ(sandbox.bytes("fe_table.sz"), "");
+        };
         EXPECT_EQ(init_event_thread(), result);
-        EXPECT_EQ(world().log, Lines(2, "Inside cleanup_deasserted_events...\n"));
-        EXPECT_EQ(world().sleeps, std::vector<int32_t>{5});
-        EXPECT_EQ(syslog_lines.size(), 1U);
-        EXPECT_EQ(sel_init_complete, 1);
-        EXPECT_EQ(sandbox.bytes("fe_table.sz"), std::string(4, '\0'));
-        EXPECT_EQ(sandbox.bytes("fe_table.entry"), "");
+        on_syslog = nullptr;
+        const std::string text = log_text(), stale = "Inside cleanup_deasserted_events...\n";
+        EXPECT_EQ(text.substr(text.find(stale)), stale + "pause 5\n" + stale + "sweep 0\n7 SEL INIT DONE\n");
+        const bool walks = entries == 4;
+        const std::string number = "populate_all_sel_events:Sensor num: ";
+        EXPECT_EQ(log_lines(number),
+                  walks ? Lines({number + "0\n", number + "1\n", number + "-2\n", number + "7\n"}) : Lines());
+        EXPECT_EQ(text.find("Exited update_fe_database err= 0\n" + number + "1\n") != std::string::npos, walks);
+        EXPECT_EQ(sandbox.bytes("fe_table.sz"), std::string(walks ? "\1\0\0\0" : "\0\0\0\0", 4));
+        EXPECT_EQ(sandbox.bytes("fe_table.entry").size(), walks ? sizeof(fe_write_buf) : 0);
     }
+}
+
+TEST_F(SelRoad, EntityTableGivesTheFirstMatchOfARow) {
+    uint32_t table[17][33] = {{0, 50, 5}, {77, 11, 1, 12, 2, 13, 1, 14, 0, 0, 3, 15, 4}, {5, 0, 5, 21, 6}};
+    for (uint32_t word = 1; word <= 32; ++word)
+        table[15][word] = word % 2 != 0 ? 100 + word / 2 : 199 + word / 2;
+    std::fill(std::begin(table[16]), std::end(table[16]), 5); // would match 5 if a search ran on
+    const uint32_t lookups[][3] = {
+        {0, 5, 0},  {16, 5, 0},     {17, 5, 0},     {UINT32_MAX, 5, 0}, {0x80000001, 1, 0}, // no such row
+        {1, 1, 11}, {1, 2, 12},     {1, 0, 14},     {1, 0x10001, 0},    {1, 11, 0},
+        {1, 3, 0},  {1, 4, 0},      {2, 5, 0},      {2, 6, 0},          {3, 0, 0}, // behind the end of the row
+        {1, 77, 0}, {15, 200, 100}, {15, 215, 115}, {15, 5, 0},         {15, 100, 0}};
+    for (const auto &[row, instance, translated] : lookups)
+        EXPECT_EQ(translate_user_entity_instance(table, row, instance), translated) << row << ", " << instance;
+    EXPECT_DEATH(translate_user_entity_instance(nullptr, 0, 0), "\\(\\(void \\*\\)0\\) != entity_tbl");
 }
 
 } // namespace
