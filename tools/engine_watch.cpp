@@ -2,7 +2,7 @@
 
 #include <dlfcn.h>
 
-#include <atomic>
+#include <condition_variable>
 #include <cstring>
 #include <ctime>
 #include <mutex>
@@ -40,11 +40,13 @@ struct InHand {
     Change change = Change::none; // the first after the dispatch; clean-up passes come later
 };
 
-std::mutex record_lock; // held while a SEL record is processed; taken before any other lock
-std::mutex totals_lock; // a leaf
-Totals totals;          // protected by totals_lock
+std::mutex totals_lock;      // a leaf
+Totals totals;               // protected by totals_lock, as the next three
+bool record_in_hand = false; // of the SEL road
+size_t records_ended = 0;
+bool walk_left_out = false;
+std::condition_variable record_has_ended; // with totals_lock
 void (*record_done)() = nullptr;
-std::atomic<bool> walk_left_out = false;
 thread_local InHand in_hand;
 thread_local std::optional<uint32_t> record_time; // of the SEL road's thread
 
@@ -72,8 +74,7 @@ void end_request() {
     count_if_unchanged();
 }
 
-void end_record(int32_t result) {
-    const std::lock_guard lock(totals_lock);
+void count_record(int32_t result) {
     // Read from the FIFO in the very moment of the stop, it found no write buffer any more.
     if (result == no_write_buffer && fe_flag(&fe_not_running) != 0) {
         totals.left_out++;
@@ -88,6 +89,14 @@ void end_record(int32_t result) {
         totals.dispatched++;
         count_if_unchanged();
     }
+}
+
+void end_record(int32_t result) {
+    const std::lock_guard lock(totals_lock);
+    count_record(result);
+    record_in_hand = false;
+    records_ended++;
+    record_has_ended.notify_all();
 }
 
 void observe(const char *format) {
@@ -109,11 +118,13 @@ uint32_t time_in_hand() {
     return record_time ? *record_time : static_cast<uint32_t>(time(nullptr));
 }
 
-bool is_left_out() {
-    if (!walk_left_out || fe_flag(&sel_init_complete) != 0)
-        return false;
+bool begin_record() {
     const std::lock_guard lock(totals_lock);
-    totals.left_out++;
+    if (walk_left_out && fe_flag(&sel_init_complete) == 0) {
+        totals.left_out++;
+        return false;
+    }
+    record_in_hand = true;
     return true;
 }
 
@@ -130,8 +141,9 @@ Change change_in_hand() {
 }
 
 void finish_record_in_hand() {
+    std::unique_lock lock(totals_lock);
     walk_left_out = true;
-    const std::lock_guard lock(record_lock);
+    record_has_ended.wait(lock, [before = records_ended] { return !record_in_hand || records_ended != before; });
 }
 
 Totals engine_totals() {
@@ -143,8 +155,7 @@ Totals engine_totals() {
 int32_t process_sel_data(const uint8_t *record) {
     static const auto engine_function =
         reinterpret_cast<decltype(&process_sel_data)>(dlsym(RTLD_NEXT, "process_sel_data"));
-    const std::lock_guard lock(record_lock);
-    if (is_left_out())
+    if (!begin_record())
         return 0;
     in_hand = {};
     uint32_t time_of_record;

@@ -218,8 +218,10 @@ protected:
     }
 
     void expect_sound() {
-        const bool unlocked = is_free(fe_table_mutex);
-        ASSERT_TRUE(unlocked);
+        if (!is_free(fe_table_mutex) || !is_free(buffer.block.fe_write_buf_mutex)) {
+            ADD_FAILURE() << "a lock is held, so nothing can go on";
+            abort();
+        }
         expect_idle();
     }
 

@@ -2,7 +2,6 @@
 #include "sel_road.h"
 
 #include <bit>
-#include <regex>
 
 namespace {
 
@@ -41,8 +40,11 @@ TEST_F(SelRoad, TakesEveryStepInOrder) {
     EXPECT_EQ(process(event()), 0);
     EXPECT_EQ(world().calls, (Lines{"IPMI_SELHVDBSELAttach", "IPMI_SELGetHVDBSELData", "IPMI_SELHVDBSELDetach",
                                     "IPMI_SensorGetSensorData", "process_cpu_fault", "broadcast_fe_faults"}));
+    std::string text = log_text();
+    for (size_t at = 0; (at = text.find("fe_write_buf->")) != std::string::npos;)
+        text.replace(at, std::strlen("fe_write_buf->"), ">");
     EXPECT_EQ(
-        std::regex_replace(log_text(), std::regex("fe_write_buf->"), ">"),
+        text,
         "decode_sel_entry: a1 b2 2 11 22 33 f4 65 76 4 1 30 1 57 9c dd \n"
         "\nEntered convert_sel_to_fe_read_buf\n"
         "entity_id = 3 eventType = 1, eventDir = 0, offset1 = 7 sens_num=-2110499208 sens_type= 1\n"

@@ -134,6 +134,7 @@ TEST_F(SelRoad, StartUpFinishesWhateverTheWalkGives) {
         EXPECT_EQ(init_event_thread(), result);
         on_syslog = nullptr;
         const std::string text = log_text(), stale = "Inside cleanup_deasserted_events...\n";
+        EXPECT_EQ(log_lines("sweep").size(), 1U); // none for a record
         EXPECT_EQ(text.substr(text.find(stale)), stale + "pause 5\n" + stale + "sweep 0\n7 SEL INIT DONE\n");
         const bool walks = entries == 4;
         const std::string number = "populate_all_sel_events:Sensor num: ";
