@@ -61,6 +61,8 @@ void check_table() {
 
 Engine::Engine(Input &input) {
     answers = &input;
+    buffer_.fe_write_buf = record_.get();
+    pthread_mutex_init(&buffer_.fe_write_buf_mutex, nullptr);
     const unsigned flags = input.number();
     sel_init_complete = (flags & 1) != 0;
     fe_write_buf_struct_ptr = (flags & 2) != 0 ? nullptr : &buffer_;
@@ -80,7 +82,7 @@ void Engine::check() const {
     require(is_free(fe_table_mutex), "the table is unlocked");
     require(fe_write_buf_struct_ptr == nullptr || is_free(fe_write_buf_struct_ptr->fe_write_buf_mutex),
             "the write buffer is unlocked");
-    require(memcmp(&record_, &zero, sizeof zero) == 0, "the working record is zero");
+    require(memcmp(record_.get(), &zero, sizeof zero) == 0, "the working record is zero");
     check_table();
 }
 

@@ -1,6 +1,8 @@
 // The engine for as long as one input lasts, which answers its neighbours' calls.
 #pragma once
 
+#include <memory>
+
 #include "fault_engine/fault_table.h"
 #include "fault_engine/sel.h"
 #include "fuzz/input.h"
@@ -8,9 +10,9 @@
 
 class Engine {
 public:
-    explicit Engine(
-        Input &input); // takes a byte: whether start-up is over, there is a write buffer, instances start at 0
-    ~Engine();         // empties the table
+    // Takes a byte: bit 0, start-up is over; bit 1, there is no write buffer; bit 2, instances count from 1.
+    explicit Engine(Input &input);
+    ~Engine(); // empties the table
     Engine(const Engine &) = delete;
     Engine &operator=(const Engine &) = delete;
 
@@ -18,7 +20,6 @@ public:
     void check() const;
 
 private:
-    fe_write_buf record_{};
-    fe_write_buf_struct buffer_{
-        .fe_write_buf = &record_, .fe_write_buf_mutex = PTHREAD_MUTEX_INITIALIZER, .fe_write_buf_cond{}};
+    const std::unique_ptr<fe_write_buf> record_ = std::make_unique<fe_write_buf>();
+    fe_write_buf_struct buffer_{};
 };

@@ -38,7 +38,10 @@ void take_event(Input &input) {
     }
     const bool clears = record.vemoFaultSeverity == 0, known = is_known(record);
     const bool repeats_storage = known && record.entity_id >= 208 && record.entity_id <= 215;
+    const uint32_t count = fe_fault_count, created = known ? 0 : 1;
     const int32_t result = update(record);
+    require(fe_fault_count == (clears ? count + created - 1 : std::min<uint32_t>(count + created, FE_TABLE_MAX_FAULTS)),
+            "a fault came, went or stayed");
     require(result == (clears ? (known ? 0 : -1) : repeats_storage ? 2 : 0), "the result says what was done");
     require(clears || memcmp(&fe_table_head_ptr->record, &record, sizeof record) == 0, "the record is the newest");
 }

@@ -41,7 +41,8 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const std::string count_file = text_of(input.take(input.number() % 8));
     uint32_t count = 0;
     memcpy(&count, count_file.data(), std::min(count_file.size(), sizeof count));
-    const size_t counted = std::min(count, 40U) * sizeof(fe_write_buf), length = counted + input.number();
+    const size_t counted = (count <= FE_TABLE_MAX_FAULTS + 1 ? count : 1) * sizeof(fe_write_buf),
+                 length = counted + input.number();
     std::string entry_file(length - std::min<size_t>(length, input.number()), static_cast<char>(input.number()));
     const std::string start = text_of(input.take(entry_file.size()));
     entry_file.replace(0, start.size(), start);

@@ -73,7 +73,7 @@ TEST_F(SelRoad, WalkTakesWhatTheDecoderGives) {
         arrange();
         fill_sel(2000);
         const auto entries = std::exchange(world().sel, std::vector<sel_list_entry>(total));
-        auto entry = entries.begin();
+        const sel_list_entry *entry = entries.data();
         auto chunk = chunks.begin();
         world().decode = [&](uint8_t *area, uint16_t, uint16_t, uint32_t *decoded) {
             const auto [claimed, written, next, decode_result] = *chunk++;
