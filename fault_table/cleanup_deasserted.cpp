@@ -52,19 +52,20 @@ outcome examine(fe_write_buf_struct *copy) {
 }
 
 // Whether the walk starts again at the head rather than going on behind `entry`; fe_table_mutex is held again. `start`
-// is the head at which it started last.
-bool starts_again(const fe_table_entry *entry, const fe_table_entry *start, outcome last) {
+// is the head at which it started last, `freed` the number of entries freed before the lock was given up.
+bool starts_again(const fe_table_entry *entry, const fe_table_entry *start, uint32_t freed, outcome last) {
     if (last != outcome::unreadable && (fe_table_head_ptr != start || last == outcome::cleared)) {
         return true;
     }
-    // While the lock was free, another thread may have taken the entry away.
-    return last != outcome::not_examined && *find_entry(&fe_table_head_ptr, entry) == nullptr;
+    // Meanwhile another thread may have taken the entry away; as a rule none has gone and nothing is looked for.
+    return entries_freed != freed && *find_entry(&fe_table_head_ptr, entry) == nullptr;
 }
 
 void walk_chain(fe_write_buf_struct *copy) {
     pthread_mutex_lock(&fe_table_mutex);
     const fe_table_entry *start = fe_table_head_ptr;
     for (fe_table_entry *entry = fe_table_head_ptr; entry != nullptr;) {
+        const uint32_t freed = entries_freed;
         outcome last = outcome::not_examined;
         if (is_examined(entry->record)) {
             *copy->fe_write_buf = entry->record;
@@ -72,7 +73,7 @@ void walk_chain(fe_write_buf_struct *copy) {
             last = examine(copy);
             pthread_mutex_lock(&fe_table_mutex);
         }
-        if (starts_again(entry, start, last)) {
+        if (starts_again(entry, start, freed, last)) {
             start = entry = fe_table_head_ptr;
         } else {
             entry = entry->next;

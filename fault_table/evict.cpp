@@ -26,6 +26,7 @@ int32_t remove_last_fe_table_entry(fe_table_entry **head, entity_id_node **entit
         return -1;
     }
     remove_from_index(position);
-    unlink_and_free(last);
+    free_entry(*last);
+    *last = nullptr;
     return 0;
 }

@@ -5,6 +5,13 @@ fe_table_entry *fe_table_head_ptr;
 uint32_t fe_fault_count;
 pthread_mutex_t fe_table_mutex = PTHREAD_MUTEX_INITIALIZER;
 
+uint32_t entries_freed;
+
+void free_entry(fe_table_entry *entry) {
+    ++entries_freed;
+    free(entry);
+}
+
 void remove_from_index(const fault_position &position) {
     unlink_and_free(position.fault);
     if ((*position.instance)->fault_list != nullptr) {

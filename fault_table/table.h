@@ -41,5 +41,11 @@ struct fault_position {
     fault_node **fault;
 };
 
+// Entries freed so far: who gave up fe_table_mutex sees by it whether any has gone.
+extern uint32_t entries_freed;
+
+// Frees an entry that is off the chain.
+void free_entry(fe_table_entry *entry);
+
 // Takes the fault's node out of the index, with the levels that it leaves empty. The entry is not touched.
 void remove_from_index(const fault_position &position);

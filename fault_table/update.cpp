@@ -158,7 +158,7 @@ int32_t clear_fault(const fault_position &position, fe_write_buf &record) {
     carry_over(record, entry->record);
     uncount_storage_fault(entry->record.entity_id, entry->record.vemoFaultSeverity);
     take_off_chain(entry);
-    free(entry);
+    free_entry(entry);
     --fe_fault_count;
     write_to_fe_file(fe_table_head_ptr);
     remove_from_index(position);
