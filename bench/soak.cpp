@@ -258,7 +258,12 @@ ReaderCounts &shared_counts() {
 } // namespace
 
 int main(int argc, char **argv) {
-    const std::chrono::seconds time(argc > 1 ? strtol(argv[1], nullptr, 10) : 600);
+    char *end = nullptr;
+    const std::chrono::seconds time(argc > 1 ? strtol(argv[1], &end, 10) : 600);
+    if (argc > 2 || time.count() < 1 || (end != nullptr && *end != '\0')) {
+        fprintf(stderr, "usage: soak [SECONDS]   (600 when not given)\n");
+        return 2;
+    }
     const PrivateFolder folder(temporary_parent());
     const std::string entry_file = folder.path("fe_table.entry");
     const std::string count_file = folder.path("fe_table.sz");
