@@ -1,4 +1,4 @@
-// The stand-in's producer of fault requests at its two ends, with the test as its consumer.
+// The stand-in's producer of fault requests, with the test as its consumer.
 #include <sys/socket.h>
 #include <unistd.h>
 
