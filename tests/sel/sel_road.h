@@ -1,4 +1,4 @@
-// One event on the SEL road, ready to go, and what every test of the road looks at.
+// One event on the SEL roads, ready to go, and what every test of the roads looks at.
 #pragma once
 
 #include <algorithm>
@@ -6,7 +6,9 @@
 #include <cstring>
 #include <gtest/gtest.h>
 
-#include "support/interpose.h"
+#include <unistd.h>
+
+#include "support/interpose_live.h"
 #include "support/neighbours.h"
 
 using Record = std::array<uint8_t, 16>;
@@ -20,15 +22,23 @@ inline Record event(uint8_t sensor_type = 0x01, uint8_t dir_type = 0x01, uint8_t
             0x76, 0x04, sensor_type, road_sensor, dir_type, data_1, 0x9C, 0xDD};
 }
 
+inline int32_t process(const Record &record) {
+    return process_sel_data(record.data());
+}
+
+inline int32_t process_extended(const Record &r, int32_t number = 300) {
+    uint8_t bytes[] = {0xE1, 0xE2, 0xE3, r[0],  r[1], r[2], r[3], r[4], r[5],  r[6],  0xE4,  0xE5,
+                       r[7], r[8], r[9], r[10], 0,    0,    0,    0,    r[12], r[13], r[14], r[15]};
+    std::memcpy(bytes + 16, &number, sizeof number);
+    return process_super_sel_data(bytes);
+}
+
 inline bool is_free(pthread_mutex_t &mutex) {
     return pthread_mutex_trylock(&mutex) == 0 && pthread_mutex_unlock(&mutex) == 0;
 }
 
-inline Lines log_lines(const std::string &prefix) {
-    Lines lines;
-    std::copy_if(world().log.begin(), world().log.end(), std::back_inserter(lines),
-                 [&](const std::string &line) { return line.starts_with(prefix); });
-    return lines;
+inline void tell(const std::string &line) {
+    world().log.push_back(line + "\n");
 }
 
 inline std::string log_text() {
@@ -45,10 +55,15 @@ inline void filter(std::function<int32_t(fe_read_buf &, fe_write_buf &)> fill) {
     };
 }
 
-// The event is a processor's temperature going above its first threshold: severity 4, fault number 117.
+// The event is a temperature going above its first threshold: that of a processor on the ordinary road (severity 4,
+// fault number 117), of a memory device on the extended one (1, 66).
 class SelRoad : public testing::Test {
 protected:
-    SelRoad() { arrange(); }
+    SelRoad() {
+        alarm(100);
+        arrange();
+    }
+    ~SelRoad() override { alarm(0); }
     void TearDown() override { expect_idle(); }
 
     static void arrange() {
