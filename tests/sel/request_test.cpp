@@ -71,36 +71,6 @@ TEST_F(SelRoad, TimeStampIsCutToItsField) {
     }
 }
 
-TEST_F(SelRoad, InstanceCountsFromOneAndIsTheSensorsButForMemory) {
-    const Record threshold = event();
-    const Record oem_split = event(0x0D, 0x7F, 0x59);  // splits the instance of a memory module
-    const Record oem_offset = event(0x01, 0xF0, 0x53); // takes the instance from the offset
-    // Entity id and instance of the sensor, floor of the entity; instance and group of the request, as dispatched.
-    const std::tuple<uint32_t, uint32_t, int32_t, Record, int32_t, int32_t> rows[] = {
-        // clang-format off
-        {3, 5, 1, threshold, 5, 1}, {3, 5, 0, threshold, 6, 1}, {3, 5, 2, threshold, 6, 1},
-        {3, UINT32_MAX, 0, threshold, 0, 1}, {0x103, 5, 0, threshold, 5, 1}, // 0x103 and 0xFFFFFF03 have no floor
-        {0xFFFFFF03, 0x80000000, 0, threshold, INT32_MIN, 1},
-        {8, 42, 0, oem_split, 3, 5}, {8, 5, 1, oem_offset, 4, 5}, {25, 5, 0, oem_offset, 4, 6},
-        {0x108, 5, 1, oem_offset, 5, 5}, {32, 5, 0, oem_offset, 6, 6}, // get their own back
-        // clang-format on
-    };
-    for (const auto &[entity_id, sensor_instance, floor, record, instance, group] : rows) {
-        arrange();
-        world().sensors[road_sensor] = sensor(road_sensor, entity_id, sensor_instance, record[10], 0x01);
-        fe_sdr_instance_array[entity_id & 0xFF] = floor;
-        std::pair<int32_t, int32_t> seen;
-        filter([&](const fe_read_buf &request, auto &) {
-            seen = {request.entity_instance, request.entity_group_instance};
-            return 1;
-        });
-        EXPECT_EQ(process(record), 0);
-        EXPECT_EQ(seen, std::pair(instance, group)) << entity_id;
-        const std::string logged = "Entity Instance: " + std::to_string(static_cast<uint32_t>(instance)) + "\n";
-        EXPECT_NE(log_text().find(logged), std::string::npos) << logged;
-    }
-}
-
 // An extended record goes its own way by number and type; otherwise it is one of an ordinary sensor.
 TEST_F(SelRoad, ExtendedRecordDescribesASensorAbove255) {
     using Identity = std::array<int64_t, 4>;
