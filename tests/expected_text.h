@@ -2,10 +2,13 @@
 #pragma once
 
 #include <fstream>
+#include <gtest/gtest.h>
 #include <iterator>
 #include <string>
 
 inline std::string expected_text(const std::string &file) {
     std::ifstream stream(TEST_FOLDER "/" + file);
-    return {std::istreambuf_iterator<char>(stream), {}};
+    const std::string text(std::istreambuf_iterator<char>(stream), {});
+    EXPECT_NE(text, "") << file;
+    return text;
 }
