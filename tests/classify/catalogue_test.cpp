@@ -20,7 +20,9 @@ std::string related_to(uint32_t code) {
     std::string row = "related:";
     for (int32_t related : record.related_FaultCode.related_fc)
         row += " " + std::to_string(related);
-    return row.substr(0, row.find(" 0")) + "\n";
+    while (row.ends_with(" 0"))
+        row.resize(row.size() - 2);
+    return row + "\n";
 }
 
 std::string entry(const char *kind, uint32_t code, const std::string &name) {

@@ -39,10 +39,14 @@ protected:
 
     void create() const { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); }
 
-    // Bytes stay in a pipe only while somebody has it open, which the reader does.
-    void put(const void *bytes, size_t size) const {
+    // A record, or with "/7" that many bytes of it. They stay in a pipe only while somebody has it open: the reader.
+    void put(const std::string &id) const {
+        Record record = event();
+        record[0] = static_cast<uint8_t>(std::stoi(id, nullptr, 16));
+        record[11] = id == "99" ? 99 : road_sensor; // a sensor that nobody knows
+        const size_t size = id.ends_with("/7") ? 7 : record.size();
         const int writer = open(path.c_str(), O_RDWR | O_NONBLOCK);
-        EXPECT_EQ(write(writer, bytes, size), static_cast<ssize_t>(size));
+        EXPECT_EQ(write(writer, record.data(), size), static_cast<ssize_t>(size));
         close(writer);
     }
 
@@ -51,20 +55,14 @@ protected:
             create();
         else if (what == "remove")
             ASSERT_EQ(unlink(path.c_str()), 0);
+        else if (what == "starting")
+            sel_init_complete = 0;
         else if (what == "stop")
             fe_not_running = 1;
         else if (what == "stop-in-1")
             filter([](auto &, auto &) { return fe_not_running = 1; });
-        else if (what == "starting")
-            sel_init_complete = 0;
-        else if (what == "torn")
-            put("torn off", 7);
-        else {
-            Record record = event();
-            record[0] = static_cast<uint8_t>(std::stoi(what, nullptr, 16));
-            record[11] = what == "99" ? 99 : road_sensor; // a sensor that nobody knows
-            put(record.data(), record.size());
-        }
+        else
+            put(what);
     }
 
     // Runs the reader over the waits; when it goes on after the last one, the engine stops. Tells what it did.
@@ -119,13 +117,11 @@ protected:
     }
 
     static std::string story() {
+        std::istringstream words(log_text());
         std::string result;
-        for (const std::string &line : world().log) {
-            std::istringstream words(line);
-            std::string kind, word;
-            if (words >> kind >> word && (kind == ">" || kind == "decode_sel_entry:"))
+        for (std::string word; words >> word;)
+            if ((word == ">" || word == "decode_sel_entry:") && words >> word)
                 result += " " + word;
-        }
         return result;
     }
 
