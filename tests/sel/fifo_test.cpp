@@ -13,21 +13,13 @@
 
 namespace {
 
-// How select() ends.
-struct Outcome {
-    int result, error;
-    bool readable, exceptional;
-};
-
-const std::map<std::string, Outcome> outcomes = {
-    {"activity", {1, 0, true, false}},
-    {"exception", {1, 0, false, true}},
-    {"both", {2, 0, true, true}},
-    {"neither", {1, 0, false, false}},
-    {"idle", {0, 0, false, false}},
-    {"interrupted", {-1, EINTR, true, true}},
-    {"try-again", {-1, EAGAIN, true, true}},
-    {"bad-descriptor", {-1, EBADF, true, true}},
+// How select() ends: its result, errno, whether the FIFO is readable and whether it is exceptional.
+const std::map<std::string, std::array<int, 4>> outcomes = {
+    // clang-format off
+    {"activity", {1, 0, 1, 0}}, {"exception", {1, 0, 0, 1}}, {"both", {2, 0, 1, 1}}, {"neither", {1, 0, 0, 0}},
+    {"idle", {0, 0, 0, 0}}, {"interrupted", {-1, EINTR, 1, 1}}, {"try-again", {-1, EAGAIN, 1, 1}},
+    {"bad-descriptor", {-1, EBADF, 1, 1}},
+    // clang-format on
 };
 
 class Fifo : public SelRoad {
@@ -93,9 +85,9 @@ protected:
             tell(words ? "> wait" : "> stop");
             fe_not_running |= words ? 0 : 1;
             const auto &[result, error, is_readable, is_exceptional] = outcomes.at(words ? word : "activity");
-            if (!is_readable)
+            if (is_readable == 0)
                 FD_ZERO(readable);
-            if (!is_exceptional)
+            if (is_exceptional == 0)
                 FD_ZERO(exceptional);
             *timeout = {0, 0}; // the time that is left
             errno = error;

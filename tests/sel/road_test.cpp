@@ -49,10 +49,10 @@ protected:
     Lines run(bool is_extended, std::istream &words) {
         std::map<std::string, int64_t> values = {
             // clang-format off
-            {"record_type", 2}, {"sensor_type", 1}, {"dir_type", 1}, {"data_1", 0x57}, {"extended", 300}, {"self_test", 0},
+            {"record_type", 2}, {"sensor_type", 1}, {"dir_type", 1}, {"data_1", 0x57}, {"extended", 300},
             {"known", 1}, {"number", 0x82345678}, {"entity", 3}, {"instance", 5}, {"known_type", 1}, {"floor", 1},
-            {"attach", 0}, {"text", 0}, {"detach", 0}, {"time_stamp", 32}, {"dispatch", 0}, {"severity", -1},
-            {"started", 1}, {"buffer", 1}, {"record", 1}, {"times", 1},
+            {"attach", 0}, {"text", 0}, {"detach", 0}, {"time_stamp", 32}, {"self_test", 0}, {"dispatch", 0},
+            {"severity", -1}, {"started", 1}, {"buffer", 1}, {"record", 1}, {"times", 1},
             // clang-format on
         };
         for (std::string name, value; std::getline(words >> std::ws, name, '=') >> value;)
