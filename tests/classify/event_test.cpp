@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
-#include <ranges>
 #include <sstream>
 
 #include "expected_text.h"
@@ -27,7 +26,7 @@ std::vector<int> codes(const std::string &text, int base) {
 struct Line {
     std::vector<int> entities, sensor_types, cells;
 };
-using Table = std::vector<std::vector<Line>>; // by event type
+using Table = std::vector<std::vector<Line>>; // by event type, what counts first
 
 constexpr int refused = -1, none = -2, as_before = -3;
 
@@ -44,14 +43,14 @@ Table read_table(const std::string &file) {
             line.cells.push_back(signs.contains(cell) ? signs.at(cell) : std::stoi(cell));
         for (size_t type = 0; type < table.size(); ++type)
             if (holds(codes(types, 16), static_cast<int>(type)))
-                table[type].push_back(line);
+                table[type].insert(table[type].begin(), line);
     }
     return table;
 }
 
 int look_up(const Table &table, int type, int entity, int sensor_type, int offset) {
     const auto at = static_cast<size_t>(offset);
-    for (const auto &[entities, sensor_types, cells] : std::views::reverse(table[static_cast<size_t>(type)]))
+    for (const auto &[entities, sensor_types, cells] : table[static_cast<size_t>(type)])
         if (at < cells.size() && cells[at] != as_before && holds(entities, entity) && holds(sensor_types, sensor_type))
             return cells[at];
     return refused;
