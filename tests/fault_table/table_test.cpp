@@ -1,0 +1,158 @@
+// Of the fault table what the model leaves open: every stale rule, the calls on the files, and what only a damaged
+// index or a second thread brings about.
+#include <thread>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "fault_table/table_model.h"
+#include "support/interpose.h"
+
+namespace {
+
+class FaultTable : public testing::Test {
+protected:
+    FaultTable() { reset_world(); }
+    ~FaultTable() override { reset_world(); }
+
+    static void set_sensor(int32_t number, uint32_t type, uint32_t state, uint32_t sensor_type = 1) {
+        world().sensors[number] = sensor(9, 3, 1, sensor_type, type);
+        world().readings[number] = state;
+    }
+
+    SandboxPaths sandbox;
+};
+
+TEST_F(FaultTable, StaleRuleOfEveryTypeCode) {
+    std::vector<uint32_t> types = {0x101, 0x16F, 0x80000001, 0xFFFFFFFF}, states = {0, ~0U, 0x3F, 0xFE00, 0x600};
+    for (uint32_t i = 0; i < 256; ++i) {
+        types.push_back(i);
+    }
+    for (uint32_t bit = 1; bit != 0; bit <<= 1) {
+        states.insert(states.end(), {bit, ~bit, bit | 1, bit | bit << 1});
+    }
+    world().keep_log = false;
+    for (const uint32_t type : types) {
+        for (const uint32_t sensor_type : {8U, 7U, 0x108U}) {
+            for (const uint32_t state : states) {
+                put({3, 1, 5, FE_SEVERITY_MAJOR, 0, 9});
+                set_sensor(9, type, state, sensor_type);
+                cleanup_deasserted_events();
+                ASSERT_EQ(chain().empty(), Model::is_stale(type, state, sensor_type))
+                    << "type " << type << " state " << std::hex << state << " sensor type " << sensor_type;
+                world().calls.clear();
+            }
+        }
+    }
+}
+
+TEST_F(FaultTable, CallsOfAnUpdateInOrder) {
+    sandbox.create("stor_stat");
+    put({3, 1, 5});
+    const CallTrace trace;
+    write_to_fe_file(fe_table_head_ptr); // not before start-up is complete
+    sel_init_complete = 1;
+    put({208, 1, 5});
+    std::string calls;
+    for (const std::string &call : trace.calls()) {
+        calls += call + "; ";
+    }
+    EXPECT_EQ(calls, "open stor_stat RDWR|TRUNC; write stor_stat 1; close stor_stat; "
+                     "open fe_table.entry RDWR|CREAT|TRUNC 0704; open fe_table.sz RDWR|CREAT|TRUNC 0704; "
+                     "lockf fe_table.entry F_LOCK 0; lockf fe_table.sz F_LOCK 0; "
+                     "write fe_table.sz 4; write fe_table.entry 960; write fe_table.entry 960; "
+                     "fsync fe_table.entry; fsync fe_table.sz; "
+                     "lockf fe_table.sz F_ULOCK 0; lockf fe_table.entry F_ULOCK 0; "
+                     "close fe_table.entry; close fe_table.sz; ");
+}
+
+TEST_F(FaultTable, EntryFileAtDescriptor0GetsNoRecords) {
+    const int standard_input = dup(STDIN_FILENO);
+    close(STDIN_FILENO);
+    sel_init_complete = 1;
+    put({3, 1, 5});
+    dup2(standard_input, STDIN_FILENO);
+    close(standard_input);
+    EXPECT_EQ(sandbox.bytes("fe_table.entry"), "");
+    EXPECT_EQ(sandbox.bytes("fe_table.sz"), std::string("\1\0\0\0", 4));
+}
+
+TEST_F(FaultTable, OccurrencesWrapFrom255To0) {
+    for (int i = 0; i < 257; ++i) {
+        put({3, 1, 5});
+    }
+    EXPECT_EQ(chain()[0].vemoFaultOccur, 1);
+}
+
+// Each way hides the oldest entry, which has code 5, from the search at another level.
+TEST_F(FaultTable, OldestEntryGoesUnlessItsNodeIsMissing) {
+    const std::vector<void (*)()> ways = {
+        [] { fe_table_head_ptr->next->record.entity_id = 9; },
+        [] { fe_table_head_ptr->next->record.entity_instance = 9; },
+        [] { fe_table_head_ptr->next->record.vemoFaultCode = 9; },
+        [] { entity_id_list_head_ptr->instance_list->fault_list->entry = fe_table_head_ptr; },
+        [] { entity_id_list_head_ptr->instance_list->fault_list->fault_code = 6; }, // then another's node has the code
+    };
+    const auto evict = [] { return remove_last_fe_table_entry(&fe_table_head_ptr, &entity_id_list_head_ptr); };
+    for (const auto hide : ways) {
+        reset_world();
+        put({3, 1, 5});
+        put({3, 1, 7});
+        hide();
+        EXPECT_EQ(evict(), -1);
+        EXPECT_EQ(chain().size(), 2U);
+    }
+    reset_world();
+    put({3, 1, 5});
+    EXPECT_EQ(evict(), 0);
+    EXPECT_TRUE(fe_table_head_ptr == nullptr && entity_id_list_head_ptr == nullptr);
+    EXPECT_EQ(fe_fault_count, 1U); // is not its own
+    EXPECT_EQ(evict(), -1);
+}
+
+// The nodes have lost the codes of their entries, so that no clearing record finds one.
+TEST_F(FaultTable, PassesEndWhereNothingCanBeCleared) {
+    for (const int32_t number : {1, 2, 3}) {
+        set_sensor(number, 1, 0);
+        put({3, 1, number, FE_SEVERITY_MAJOR, 0, static_cast<uint32_t>(number)});
+    }
+    for (auto *fault = entity_id_list_head_ptr->instance_list->fault_list; fault != nullptr; fault = fault->next) {
+        fault->fault_code = 9;
+    }
+    world().log.clear();
+    cleanup_duplicate_events();
+    cleanup_deasserted_events();
+    const auto logged = [](const char *text) {
+        return std::ranges::count_if(world().log, [=](const auto &line) { return line.starts_with(text); });
+    };
+    EXPECT_EQ(logged("Clean up fault node"), 2);
+    EXPECT_EQ(logged("Clearing stale fault"), 3);
+    EXPECT_EQ(chain().size(), 3U);
+}
+
+TEST_F(FaultTable, PassesRunBesideUpdates) {
+    world().keep_log = false;
+    const auto put_any = [](uint32_t i) {
+        const auto n = static_cast<int32_t>(i);
+        put({3, n * 7 % 8, n % 3, n % 4, n % 5, i * 7 % 8});
+    };
+    for (int32_t number = 0; number < 8; ++number) {
+        set_sensor(number, 1, number % 2 == 0 ? 0 : 1);
+    }
+    std::thread other([=] {
+        for (uint32_t i = 0; i < 3000; ++i) {
+            put_any(i);
+        }
+    });
+    for (int i = 0; i < 100; ++i) {
+        cleanup_deasserted_events();
+        cleanup_duplicate_events();
+    }
+    other.join();
+    EXPECT_EQ(broken_invariant(), "");
+    cleanup_deasserted_events();
+    EXPECT_TRUE(std::ranges::all_of(chain(), [](const auto &fault) { return fault.sens_num % 2 == 1; }));
+}
+
+} // namespace
