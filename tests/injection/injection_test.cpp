@@ -2,14 +2,16 @@
 // alone and once with all behind it. Whatever fails, the engine stays sound and does the next thing right.
 #include <cerrno>
 #include <optional>
+#include <set>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "engine/live_engine.h"
-#include "injection/table.h"
+#include "fault_table/faults.h"
 #include "sel/sel_road.h"
+#include "tools/table_files.h"
 
 namespace {
 
@@ -25,8 +27,7 @@ Record event_of(uint8_t sensor_number, uint8_t dir_type = 0x01) {
 // The chain, a word a fault.
 std::string keys() {
     std::string text;
-    for (const fe_table_entry *entry = fe_table_head_ptr; entry != nullptr; entry = entry->next) {
-        const fe_write_buf &fault = entry->record;
+    for (const fe_write_buf &fault : chain()) {
         text += std::to_string(fault.entity_id) + "/" + std::to_string(fault.entity_instance) + "/" +
                 std::to_string(fault.vemoFaultCode) + ":" + std::to_string(fault.vemoFaultSeverity) + " ";
     }
@@ -34,13 +35,13 @@ std::string keys() {
 }
 
 int blocks_of_table() {
-    int blocks = static_cast<int>(2 * fe_fault_count);
-    for (const entity_id_node *entity = entity_id_list_head_ptr; entity != nullptr; entity = entity->next, ++blocks) {
-        for (const auto *instance = entity->instance_list; instance != nullptr; instance = instance->next) {
-            ++blocks;
-        }
+    std::set<int> entities;
+    std::set<std::pair<int, int>> instances;
+    for (const fe_write_buf &fault : chain()) {
+        entities.insert(fault.entity_id);
+        instances.emplace(fault.entity_id, fault.entity_instance);
     }
-    return blocks;
+    return static_cast<int>(2 * fe_fault_count + entities.size() + instances.size());
 }
 
 int lowest_free_descriptor() {
@@ -53,7 +54,7 @@ class Injection : public SelRoad {
 protected:
     struct Operation {
         const char *name;
-        void (Injection::*arrange)();
+        std::vector<Fault> table;
         void (Injection::*act)();
         int failures;             // how many there can be
         bool changes_once = true; // or several times: then there are tables between the one before and the one after
@@ -72,7 +73,7 @@ protected:
         alarm(0);
     }
 
-    void arrange_afresh() {
+    void arrange_afresh(const std::vector<Fault> &table = {}) {
         arrange();
         sleeps = 0;
         world().keep_log = false;
@@ -91,37 +92,13 @@ protected:
             }
         };
         make_fifo();
-        sel_init_complete = 1;
+        sel_init_complete = table.size() < FE_TABLE_MAX_FAULTS ? 1 : 0; // the files of a full one have their own test
+        std::ranges::for_each(table, put);
     }
 
     void make_fifo() const {
         unlink(sandbox.path("SA_vSEL_FIFO").c_str());
         ASSERT_EQ(mkfifo(sandbox.path("SA_vSEL_FIFO").c_str(), 0600), 0);
-    }
-
-    void empty() {}
-    void other_entity() { put({29, 1, 5}); }
-    void other_instance() { put({208, 2, fault_code}); }
-    void other_code() { put({208, 1, 5}); }
-    void same_fault() { put({208, 1, fault_code}), put({29, 1, 5}); }
-    void duplicates() { put({3, 1, 1}), put({3, 1, 2}), put({3, 1, 2, FE_SEVERITY_MAJOR, 1}); }
-    void stale_faults() {
-        for (const uint32_t number : {uint32_t{road_sensor}, 256U, uint32_t{second_sensor}}) {
-            put({3, static_cast<int32_t>(number), 1, FE_SEVERITY_MAJOR, 0, number});
-        }
-    }
-    void full_table() {
-        sel_init_complete = 0; // its file calls have a test of their own
-        for (int32_t i = 0; i < FE_TABLE_MAX_FAULTS; ++i) {
-            put({29, i / 8, i % 8});
-        }
-    }
-    void two_chunks() {
-        sel_list_entry other{}; // of an OEM type
-        other.record.record_type = 0xC0;
-        world().sel.assign(513, other);
-        memcpy(&world().sel.front().record, event_of(road_sensor).data(), sizeof(Record));
-        memcpy(&world().sel.back().record, event_of(second_sensor).data(), sizeof(Record));
     }
 
     void take_record() { process_sel_data(event_of(road_sensor).data()); }
@@ -132,7 +109,18 @@ protected:
     }
     void sweep_duplicates() { cleanup_duplicate_events(); }
     void sweep_stale() { cleanup_deasserted_events(); }
+    // Each of the two chunks of the SEL has an event; the others are of an OEM type.
+    static void fill_sel() {
+        const Disarmed disarmed;
+        world().sel.assign(513, {});
+        for (sel_list_entry &entry : world().sel) {
+            entry.record.record_type = 0xC0;
+        }
+        memcpy(&world().sel.front().record, event_of(road_sensor).data(), sizeof(Record));
+        memcpy(&world().sel.back().record, event_of(second_sensor).data(), sizeof(Record));
+    }
     void start_up() {
+        fill_sel();
         sel_init_complete = 0;
         init_event_thread();
         EXPECT_EQ(sel_init_complete, 1);
@@ -194,8 +182,7 @@ protected:
 
     // False when nothing was made to fail any more.
     bool run(const Operation &operation, Call call, int nth, bool lasting, const std::string &good) {
-        arrange_afresh();
-        (this->*operation.arrange)();
+        arrange_afresh(operation.table);
         const std::string before = keys();
         const int blocks_before = blocks_of_table(), descriptor = lowest_free_descriptor(), failed = failed_calls();
         int blocks = 0;
@@ -230,7 +217,7 @@ protected:
         sel_init_complete = 1;
         EXPECT_EQ(process_sel_data(event_of(second_sensor).data()), 0);
         EXPECT_EQ(world().broadcasts.size(), 1U);
-        EXPECT_TRUE(is_chain(read_table_files(sandbox.path(""))));
+        EXPECT_TRUE(read_table_files(sandbox.path("")) == chain());
         expect_sound();
     }
 
@@ -241,52 +228,52 @@ protected:
     const ScriptedWait script{[this](int limit, fd_set *readable, auto...) { return wait(limit, readable); }};
 };
 
+const std::vector<Fault> same_fault = {{208, 1, fault_code}, {29, 1, 5}};
+
+std::vector<Fault> full_table() {
+    std::vector<Fault> faults;
+    for (int32_t i = 0; i < FE_TABLE_MAX_FAULTS; ++i) {
+        faults.push_back({29, i / 8, i % 8});
+    }
+    return faults;
+}
+
 const Injection::Operation Injection::operations[] = {
-    {"creation in an empty table", &Injection::empty, &Injection::take_record, 27},
-    {"creation of an entity", &Injection::other_entity, &Injection::take_record, 29},
-    {"creation of an instance", &Injection::other_instance, &Injection::take_record, 28},
-    {"creation of a fault", &Injection::other_code, &Injection::take_record, 27},
-    {"creation from an extended record", &Injection::empty, &Injection::take_extended_record, 25},
-    {"update", &Injection::same_fault, &Injection::take_record, 21},
-    {"clearing", &Injection::same_fault, &Injection::take_clearing_record, 23},
-    {"eviction", &Injection::full_table, &Injection::take_record, 13},
-    {"duplicate pass", &Injection::duplicates, &Injection::sweep_duplicates, 16},
-    {"stale pass", &Injection::stale_faults, &Injection::sweep_stale, 36, false},
-    {"start-up", &Injection::two_chunks, &Injection::start_up, 51, false},
-    {"FIFO reader", &Injection::empty, &Injection::read_fifo, 91, false},
-    {"threads", &Injection::empty, &Injection::run_threads, 9},
+    {"creation in an empty table", {}, &Injection::take_record, 27},
+    {"creation of an entity", {{29, 1, 5}}, &Injection::take_record, 29},
+    {"creation of an instance", {{208, 2, fault_code}}, &Injection::take_record, 28},
+    {"creation of a fault", {{208, 1, 5}}, &Injection::take_record, 27},
+    {"creation from an extended record", {}, &Injection::take_extended_record, 25},
+    {"update", same_fault, &Injection::take_record, 21},
+    {"clearing", same_fault, &Injection::take_clearing_record, 23},
+    {"eviction", full_table(), &Injection::take_record, 13},
+    {"duplicate pass", {{3, 1, 1}, {3, 1, 2}, {3, 1, 2, FE_SEVERITY_MAJOR, 1}}, &Injection::sweep_duplicates, 16},
+    {"stale pass",
+     {{3, 48, 1, FE_SEVERITY_MAJOR, 0, road_sensor},
+      {3, 256, 1, FE_SEVERITY_MAJOR, 0, 256},
+      {3, 49, 1, FE_SEVERITY_MAJOR, 0, second_sensor}},
+     &Injection::sweep_stale,
+     36,
+     false},
+    {"start-up", {}, &Injection::start_up, 51, false},
+    {"FIFO reader", {}, &Injection::read_fifo, 91, false},
+    {"threads", {}, &Injection::run_threads, 9},
 };
 
-constexpr struct {
-    const char *name;
-    Call call;
-} calls[] = {
-    {"allocation", Call::allocate},
-    {"open", Call::open},
-    {"lockf", Call::lockf},
-    {"write", Call::write},
-    {"short write", Call::write_short},
-    {"fsync", Call::fsync},
-    {"close", Call::close},
-    {"read", Call::read},
-    {"fstat", Call::fstat},
-    {"select", Call::select},
-    {"thread", Call::thread_create},
-    {"neighbour", Call::neighbour},
-};
+constexpr Call calls[] = {Call::allocate, Call::open, Call::lockf, Call::write,  Call::write_short,   Call::fsync,
+                          Call::close,    Call::read, Call::fstat, Call::select, Call::thread_create, Call::neighbour};
 
 TEST_F(Injection, WhateverFailsTheEngineStaysSound) {
     for (const Operation &operation : operations) {
-        arrange_afresh();
-        (this->*operation.arrange)();
+        arrange_afresh(operation.table);
         (this->*operation.act)();
         const std::string good = keys();
         for (const bool lasting : {false, true}) {
             int failures = 0;
-            for (const auto &[name, call] : calls) {
+            for (const Call call : calls) {
                 for (int nth = 1, more = 1; more != 0; ++nth) {
-                    SCOPED_TRACE(std::string(operation.name) + ", " + name + " " + std::to_string(nth) +
-                                 (lasting ? " and later ones" : ""));
+                    SCOPED_TRACE(testing::Message() << operation.name << ", call " << static_cast<int>(call)
+                                                    << " number " << nth << (lasting ? " and later ones" : ""));
                     more = run(operation, call, nth, lasting, good) && !HasFailure();
                     failures += more;
                 }
