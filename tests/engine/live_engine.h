@@ -1,6 +1,7 @@
 // The engine's threads in a test that is itself the producer of fault requests, as inside fe_init_interface().
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -60,25 +61,21 @@ class LiveEngine : public testing::Test {
 protected:
     LiveEngine() {
         alarm(300);
-        fresh();
+        reset_world();
+        world().listen = [this](fe_read_buf_struct *) { closing.acquire(); };
     }
     ~LiveEngine() override {
         reset_world();
         alarm(0);
     }
 
-    // The interface stays open until close().
-    void fresh() {
-        reset_world();
-        world().listen = [this](fe_read_buf_struct *) { closing.acquire(); };
-    }
-    void close() { closing.release(); }
-
     void start() {
         ASSERT_EQ(init_listener(), 0);
         ASSERT_NE(rbuf = fe_read_buf_struct_ptr, nullptr);
         ASSERT_EQ(init_fault_processor(), 0);
     }
+    // Has the interface return.
+    void close() { closing.release(); }
     static void join(pthread_t thread) { ASSERT_EQ(pthread_join(thread, nullptr), 0); }
     static void join_both() {
         join(fe_listener_thread_id);
@@ -89,11 +86,10 @@ protected:
         EXPECT_EQ(broken_invariant(), "");
     }
 
-    static size_t logged(const std::string &part) {
+    static bool has_logged(const std::string &part) {
         const std::lock_guard guard(world().lock);
-        return static_cast<size_t>(std::count_if(world().log.begin(), world().log.end(), [&](const std::string &line) {
-            return line.find(part) != std::string::npos;
-        }));
+        return std::ranges::any_of(world().log,
+                                   [&](const std::string &line) { return line.find(part) != std::string::npos; });
     }
 
     SandboxPaths sandbox;

@@ -1,12 +1,8 @@
 // Lives of the two buffers: starts and stops in any order, with both roads at work.
 #include "live_engine.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
-
-#include <fcntl.h>
-#include <sys/stat.h>
 
 namespace {
 
@@ -14,61 +10,108 @@ constexpr std::array<uint8_t, 16> sel_event = {1, 0, 2, 0, 0, 0, 0, 0, 0, 4, 0x0
 constexpr std::array<uint8_t, 24> super_sel_event = {0, 0, 0, 1, 0, 2,    0, 0, 0,    0,    0, 0,
                                                      0, 0, 4, 1, 0, 0x01, 0, 0, 0x01, 0x57, 0, 0}; // sensor 256
 
+void await_stop() {
+    await([] { return fe_flag(&fe_not_running) != 0; });
+}
+
+// Requests of the tests are for entity 29, the records of the SEL roads for 3 and 32.
 class Stop : public LiveEngine {
 protected:
-    // Requests of the tests are for entity 29, the records of the SEL roads for 3 and 32.
-    static void serve_sel_roads() {
+    Stop() { arrange(); }
+    static void arrange() {
         world().sensors[0x30] = sensor(0x30, 3, 1, 0x01, 0x01);
         world().event_text = "P1_THERM: going high";
     }
-    static void await_stop() {
-        await([] { return fe_flag(&fe_not_running) != 0; });
-    }
 };
 
-TEST_F(Stop, DestroysInOrder) {
-    const DestroyLog destroyed;
-    start();
-    place(*rbuf, request_of(29, 5));
-    await([] { return logged("update_fe_database") == 1; });
-    const Block &wbuf = *fe_write_buf_struct_ptr;
-    close();
-    join_both();
-    EXPECT_EQ(destroyed.addresses(), (std::vector<const void *>{&wbuf.fe_write_buf_cond, &wbuf.fe_write_buf_mutex,
-                                                                &rbuf->fe_read_wait_cond, &rbuf->fe_read_wait_mutex,
-                                                                &rbuf->fe_read_buf_cond, &rbuf->fe_read_buf_mutex}));
-    EXPECT_EQ(fe_fault_count, 1U); // the table stays
-}
-
-TEST_F(Stop, FinishesTheRequestInWork) {
-    world().dispatch = [&](const std::string &, Request &, Block &) {
-        close();
-        await_stop();
-        return 0;
+TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
+    std::atomic<int> dispatched = 0;
+    const struct {
+        const char *what;
+        std::function<void()> produce;   // inside the interface, which then returns
+        std::function<void()> meanwhile; // in another thread
+        bool stops_in_dispatch;
+        int dispatched, left_in_read_buffer;
+        int failing_allocation = 0; // of the fault processor
+    } moments[] = {
+        {"before a request", [] {}, [] {}, false, 0, 0},
+        {"without a fault processor", [] {}, [] {}, false, 0, 0, 1},
+        {"after a pass",
+         [&] {
+             place(*rbuf, request_of(29, 5));
+             await([] { return has_logged("Exited the process"); });
+         },
+         [] {}, false, 1, 0},
+        {"in a pass",
+         [&] {
+             place(*rbuf, request_of(29, 5));
+             await_taken(*rbuf);
+         },
+         [] {}, true, 1, 0},
+        {"in a pass, while the producer of the next request waits until it is taken",
+         [&] {
+             place(*rbuf, request_of(29, 5));
+             place(*rbuf, request_of(29, 5));
+             await_taken(*rbuf);
+         },
+         [&] {
+             await([&] { return dispatched == 1 && fe_flag(&fe_read_complete) != 0; });
+             order_stop(*rbuf);
+         },
+         true, 1, 1},
+        {"in a pass, while a SEL road past its test for a write buffer waits for the mutex",
+         [&] {
+             place(*rbuf, request_of(29, 5));
+             await([] { return has_logged("Fault Severity: "); });
+         },
+         [&] {
+             await([&] { return dispatched == 1; });
+             EXPECT_EQ(process_super_sel_data(super_sel_event.data()), 0);
+             EXPECT_EQ(process_sel_data(sel_event.data()), -1);
+         },
+         true, 2, 0},
+        {"while a SEL road fills the record", [&] { await([&] { return dispatched == 1; }); },
+         [] { await([] { return process_sel_data(sel_event.data()) == 0; }); }, true, 1, 0},
     };
-    start();
-    place(*rbuf, request_of(29, 5));
-    join_both();
-    EXPECT_EQ(fe_read_complete, 0);
-    EXPECT_EQ(logged("update_fe_database err = -1"), 1U);
-}
-
-TEST_F(Stop, LeavesAPlacedRequestAndReleasesItsProducer) {
-    world().dispatch = [&](const std::string &, Request &, Block &) {
-        await([] { return fe_flag(&fe_read_complete) != 0; }); // the second is there
-        order_stop(*rbuf);
-        return 1;
-    };
-    world().listen = [&](fe_read_buf_struct *shared) {
-        place(*shared, request_of(29, 5, 1));
-        place(*shared, request_of(29, 5, 2));
-        await_taken(*shared);
-        EXPECT_EQ(shared->fe_read_buf->fe_fault_num, 2);
-    };
-    start();
-    join_both();
-    EXPECT_EQ(fe_read_complete, 1);
-    EXPECT_EQ(logged("Exited"), 1U);
+    for (const auto &moment : moments) {
+        SCOPED_TRACE(moment.what);
+        reset_world();
+        arrange();
+        dispatched = 0;
+        const DestroyLog destroyed;
+        std::vector<const void *> expected;
+        world().listen = [&](fe_read_buf_struct *shared) {
+            rbuf = shared;
+            if (moment.failing_allocation == 0) {
+                await([] { return __atomic_load_n(&fe_write_buf_struct_ptr, __ATOMIC_ACQUIRE) != nullptr; });
+                expected = {&fe_write_buf_struct_ptr->fe_write_buf_cond, &fe_write_buf_struct_ptr->fe_write_buf_mutex};
+            }
+            expected.insert(expected.end(), {&rbuf->fe_read_wait_cond, &rbuf->fe_read_wait_mutex,
+                                             &rbuf->fe_read_buf_cond, &rbuf->fe_read_buf_mutex});
+            moment.produce();
+        };
+        world().dispatch = [&](const std::string &, Request &request, Block &block) {
+            ++dispatched;
+            moment.stops_in_dispatch ? await_stop() : void();
+            for (int i = 0; i < 1000; ++i)
+                std::this_thread::yield();
+            EXPECT_TRUE(destroyed.addresses().empty());
+            std::memcpy(block.fe_write_buf, &request, sizeof request);
+            return 0;
+        };
+        ASSERT_EQ(init_listener(), 0);
+        {
+            const FailCall no_memory(Call::allocate, moment.failing_allocation);
+            ASSERT_EQ(init_fault_processor(), 0);
+        }
+        moment.meanwhile();
+        join_both();
+        EXPECT_EQ(destroyed.addresses(), expected);
+        EXPECT_EQ(dispatched, moment.dispatched);
+        EXPECT_EQ(fe_fault_count, static_cast<uint32_t>(moment.dispatched));
+        EXPECT_EQ(fe_read_complete, moment.left_in_read_buffer);
+        EXPECT_EQ(process_sel_data(sel_event.data()), -1);
+    }
 }
 
 TEST_F(Stop, FaultProcessorMayComeFirstAndComeAgain) {
@@ -115,14 +158,13 @@ TEST_F(Stop, MayBeFollowedByAStartBeforeItIsOver) {
     EXPECT_EQ(world().broadcasts.size(), 2U);
 }
 
-// The test owns the read buffer; there has never been a listener.
+// The test owns the read buffer, of which the fault processor is the last user; there has never been a listener.
 TEST_F(Stop, LeavesAReadBufferOfSomebodyElse) {
+    Request shared{};
+    fe_read_buf_struct foreign = {&shared, PTHREAD_MUTEX_INITIALIZER, PTHREAD_COND_INITIALIZER,
+                                  PTHREAD_MUTEX_INITIALIZER, PTHREAD_COND_INITIALIZER};
     for (const bool withdrawn : {false, true}) {
-        SCOPED_TRACE(withdrawn);
-        fresh();
-        Request shared{};
-        fe_read_buf_struct foreign = {&shared, PTHREAD_MUTEX_INITIALIZER, PTHREAD_COND_INITIALIZER,
-                                      PTHREAD_MUTEX_INITIALIZER, PTHREAD_COND_INITIALIZER};
+        fe_set_flag(&fe_not_running, 0);
         fe_read_buf_struct_ptr = &foreign;
         world().dispatch = [&](const std::string &, Request &, Block &) {
             withdrawn ? void(fe_read_buf_struct_ptr = nullptr) : order_stop(foreign);
@@ -132,68 +174,24 @@ TEST_F(Stop, LeavesAReadBufferOfSomebodyElse) {
         ASSERT_EQ(init_fault_processor(), 0);
         place(foreign, request_of(29, 5));
         join(fe_fault_processor_thread_id);
-
-        EXPECT_EQ(world().broadcasts.size(), 1U);
         EXPECT_EQ(fe_write_buf_struct_ptr, nullptr);
         const auto order = destroyed.addresses();
         ASSERT_EQ(order.size(), 4U);
         EXPECT_TRUE(order[2] == &foreign.fe_read_wait_cond && order[3] == &foreign.fe_read_wait_mutex);
         EXPECT_EQ(fe_read_buf_struct_ptr, withdrawn ? nullptr : &foreign);
-        fe_read_buf_struct_ptr = nullptr;
+        pthread_mutex_init(&foreign.fe_read_wait_mutex, nullptr);
+        foreign.fe_read_wait_cond = PTHREAD_COND_INITIALIZER;
     }
+    EXPECT_EQ(world().broadcasts.size(), 2U);
+    fe_read_buf_struct_ptr = nullptr;
 }
 
-// A SEL road is past its test for a write buffer, which its summary lines say, and waits for the mutex, which the fault
-// processor holds; the stop comes.
-TEST_F(Stop, WaitsForASelRoadThatIsAboutToLock) {
-    serve_sel_roads();
-    const DestroyLog destroyed;
-    world().dispatch = [&](const std::string &handler, Request &, Block &wbuf) {
-        if (handler == "process_fan_fault") {
-            await([] { return logged("Fault Severity: ") == 1; });
-            close();
-            await_stop();
-        } else
-            EXPECT_FALSE(destroyed.has(&wbuf.fe_write_buf_mutex));
-        return 1;
-    };
-    start();
-    place(*rbuf, request_of(29, 5));
-    await_taken(*rbuf);
-    EXPECT_EQ(process_super_sel_data(super_sel_event.data()), 0);
-    join_both();
-    EXPECT_EQ(logged("process_write_buf returned err = 1\n"), 1U);
-}
-
-TEST_F(Stop, WaitsForASelRoadThatIsDispatching) {
-    serve_sel_roads();
-    const DestroyLog destroyed;
-    world().dispatch = [&](const std::string &, Request &request, Block &wbuf) {
-        close();
-        await_stop();
-        for (int i = 0; i < 1000; ++i)
-            std::this_thread::yield();
-        EXPECT_EQ(pthread_tryjoin_np(fe_fault_processor_thread_id, nullptr), EBUSY);
-        EXPECT_FALSE(destroyed.has(&wbuf.fe_write_buf_mutex));
-        std::memcpy(wbuf.fe_write_buf, &request, sizeof request);
-        return 0;
-    };
-    start();
-    await([] { return process_sel_data(sel_event.data()) == 0; }); // once there is a write buffer
-    join_both();
-    EXPECT_EQ(process_sel_data(sel_event.data()), -1);
-    EXPECT_EQ(fe_fault_count, 1U);
-}
-
-// One road of SEL records, at work all the time: what it says was committed must have been dispatched.
+// A road of SEL records, at work all the time: what it says was committed must have been dispatched.
 struct Road {
     explicit Road(std::function<int32_t()> next_record)
         : thread([this, next_record] {
-              while (!over) {
-                  const int32_t result = next_record();
-                  committed += result == 0 ? 1 : 0;
-                  EXPECT_TRUE(result == 0 || result == -1) << result;
-              }
+              while (!over)
+                  committed += next_record() == 0 ? 1 : 0;
           }) {}
     ~Road() {
         over = true;
@@ -205,86 +203,47 @@ struct Road {
     std::thread thread;
 };
 
-// What the producer does before it ends the interface.
-struct End {
-    int requests;
-    bool last_taken; // waits until it was
-    bool loaded;     // goes on until both SEL roads have committed a record meanwhile
-};
-
-const End ends[] = {{0, false, false}, {1, false, false}, {5, false, false},
-                    {1, true, false},  {5, true, false},  {0, false, true}};
-
 TEST_F(Stop, UnderLoadAndAgainHundredsOfTimes) {
-    serve_sel_roads();
     world().keep_log = false;
-    std::vector<int32_t> taken; // by fe_write_buf_mutex
-    int32_t last_placed = 0;
+    int32_t placed = 0, taken = 0;
     int round = 0;
     Road *roads[2] = {};
-    world().dispatch = [&](const std::string &handler, Request &request, Block &wbuf) {
-        handler == "process_fan_fault" ? taken.push_back(request.fe_fault_num)
-                                       : void(++roads[handler == "process_mem_fault"]->dispatched);
-        EXPECT_TRUE(is_zero(*wbuf.fe_write_buf));
+    world().dispatch = [&](const std::string &handler, Request &request, Block &wbuf) { // with the mutex held
+        if (handler == "process_fan_fault")
+            EXPECT_EQ(request.fe_fault_num, ++taken);
+        else
+            ++roads[handler == "process_mem_fault"]->dispatched;
         std::memcpy(wbuf.fe_write_buf, &request, sizeof request);
         return 0;
     };
     world().listen = [&](fe_read_buf_struct *shared) {
-        const End &end = ends[round % std::ssize(ends)];
+        const int requests[] = {0, 1, 5, 1, 5, 0}, kind = round % 6;
         const int before[] = {roads[0]->committed, roads[1]->committed};
-        while (last_placed < end.requests ||
-               (end.loaded && (roads[0]->committed == before[0] || roads[1]->committed == before[1])))
-            place(*shared, request_of(29, 5, ++last_placed));
-        if (end.last_taken)
+        const auto loaded = [&] { return roads[0]->committed > before[0] && roads[1]->committed > before[1]; };
+        while (placed < requests[kind] || (kind == 5 && !loaded())) // the last kind: as many as both roads need
+            place(*shared, request_of(29, 5, ++placed));
+        if (kind == 3 || kind == 4)
             await_taken(*shared);
     };
     Road ordinary([] { return process_sel_data(sel_event.data()); });
     Road extended([] { return process_super_sel_data(super_sel_event.data()); });
     roads[0] = &ordinary, roads[1] = &extended;
     for (; round < 300; ++round) {
-        last_placed = 0;
         fe_set_flag(&sel_init_complete, round % 2);
         ASSERT_EQ(init_listener(), 0);
         ASSERT_EQ(init_fault_processor(), 0);
         join(fe_listener_thread_id);
         join(fe_fault_processor_thread_id);
-
-        // Taken in order, each once; the last one placed may have been left.
-        const int32_t left = fe_flag(&fe_read_complete);
-        ASSERT_EQ(std::ssize(taken), last_placed - left) << round;
-        for (int32_t i = 0; i < last_placed - left; ++i)
-            ASSERT_EQ(taken[static_cast<size_t>(i)], i + 1) << round;
+        ASSERT_EQ(taken, placed - fe_flag(&fe_read_complete)) << round; // the last one may have been left
         const std::lock_guard guard(world().lock);
-        EXPECT_EQ(std::ranges::count(world().broadcasts, 29, &fe_write_buf::entity_id), std::ssize(taken)) << round;
-        taken.clear();
+        EXPECT_EQ(std::ranges::count(world().broadcasts, 29, &fe_write_buf::entity_id), taken) << round;
+        placed = taken = 0;
         fe_set_flag(&fe_read_complete, 0);
         fe_set_flag(&fe_not_running, 0);
         world().calls.clear();
         world().broadcasts.clear();
     }
-    EXPECT_EQ(__atomic_load_n(&fe_write_buf_struct_ptr, __ATOMIC_RELAXED), nullptr);
     EXPECT_EQ(broken_invariant(), "");
-}
-
-TEST_F(Stop, RequestAndSelRecordOfOneFaultMeetInTheTable) {
-    serve_sel_roads();
-    world().listen = [&](fe_read_buf_struct *shared) {
-        place(*shared, request_of(3, 5));
-        await([] { return logged("Update the fault found (3/1/") == 1; });
-    };
-    const std::string path = sandbox.path("SA_vSEL_FIFO");
-    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    const int writer = open(path.c_str(), O_RDWR | O_NONBLOCK);
-    start();
-    std::thread sel([] { EXPECT_EQ(init_database(), 0); });
-    await([] { return logged("Exited the update_fe_database err = 0") == 1; });
-    EXPECT_EQ(write(writer, sel_event.data(), sel_event.size()), 16);
-    join_both();
-    EXPECT_EQ(write(writer, sel_event.data(), sel_event.size()), 16); // activity, by which the reader sees the stop
-    sel.join();
-    ::close(writer);
-    EXPECT_EQ(fe_fault_count, 1U);
-    EXPECT_EQ(fe_table_head_ptr->record.vemoFaultOccur, 2);
 }
 
 } // namespace
