@@ -26,51 +26,37 @@ protected:
 
 TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
     std::atomic<int> dispatched = 0;
+    const auto nothing = [] {};
+    const auto at_once = [] { return true; };
+    const auto dispatching = [&] { return dispatched == 1; };
     const struct {
         const char *what;
-        std::function<void()> produce;   // inside the interface, which then returns
+        int requests;                    // placed inside the interface, which then returns
+        std::function<bool()> until;     // once this holds
         std::function<void()> meanwhile; // in another thread
-        bool stops_in_dispatch;
+        bool dispatch_sees_stop;
         int dispatched, left_in_read_buffer;
         int failing_allocation = 0; // of the fault processor
     } moments[] = {
-        {"before a request", [] {}, [] {}, false, 0, 0},
-        {"without a fault processor", [] {}, [] {}, false, 0, 0, 1},
-        {"after a pass",
+        {"before a request", 0, at_once, nothing, false, 0, 0},
+        {"without a fault processor", 0, at_once, nothing, false, 0, 0, 1},
+        {"after a pass", 1, [] { return has_logged("Exited the process"); }, nothing, false, 1, 0},
+        {"in a pass", 1, dispatching, nothing, true, 1, 0},
+        {"in a pass, while the producer waits until its next request is taken", 2,
+         [&] { return await_taken(*rbuf), true; },
          [&] {
-             place(*rbuf, request_of(29, 5));
-             await([] { return has_logged("Exited the process"); });
-         },
-         [] {}, false, 1, 0},
-        {"in a pass",
-         [&] {
-             place(*rbuf, request_of(29, 5));
-             await_taken(*rbuf);
-         },
-         [] {}, true, 1, 0},
-        {"in a pass, while the producer of the next request waits until it is taken",
-         [&] {
-             place(*rbuf, request_of(29, 5));
-             place(*rbuf, request_of(29, 5));
-             await_taken(*rbuf);
-         },
-         [&] {
-             await([&] { return dispatched == 1 && fe_flag(&fe_read_complete) != 0; });
+             await([&] { return dispatching() && fe_flag(&fe_read_complete) != 0; });
              order_stop(*rbuf);
          },
          true, 1, 1},
-        {"in a pass, while a SEL road past its test for a write buffer waits for the mutex",
+        {"in a pass, while a SEL road past its test for a write buffer waits for the mutex", 1,
+         [] { return has_logged("Fault Severity: "); },
          [&] {
-             place(*rbuf, request_of(29, 5));
-             await([] { return has_logged("Fault Severity: "); });
-         },
-         [&] {
-             await([&] { return dispatched == 1; });
+             await(dispatching);
              EXPECT_EQ(process_super_sel_data(super_sel_event.data()), 0);
-             EXPECT_EQ(process_sel_data(sel_event.data()), -1);
          },
          true, 2, 0},
-        {"while a SEL road fills the record", [&] { await([&] { return dispatched == 1; }); },
+        {"while a SEL road fills the record", 0, dispatching,
          [] { await([] { return process_sel_data(sel_event.data()) == 0; }); }, true, 1, 0},
     };
     for (const auto &moment : moments) {
@@ -88,11 +74,13 @@ TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
             }
             expected.insert(expected.end(), {&rbuf->fe_read_wait_cond, &rbuf->fe_read_wait_mutex,
                                              &rbuf->fe_read_buf_cond, &rbuf->fe_read_buf_mutex});
-            moment.produce();
+            for (int i = 0; i < moment.requests; ++i)
+                place(*rbuf, request_of(29, 5));
+            await(moment.until);
         };
         world().dispatch = [&](const std::string &, Request &request, Block &block) {
             ++dispatched;
-            moment.stops_in_dispatch ? await_stop() : void();
+            moment.dispatch_sees_stop ? await_stop() : void();
             for (int i = 0; i < 1000; ++i)
                 std::this_thread::yield();
             EXPECT_TRUE(destroyed.addresses().empty());

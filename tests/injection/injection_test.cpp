@@ -200,7 +200,13 @@ protected:
         EXPECT_TRUE(!operation.changes_once || keys() == before || keys() == good) << keys();
         (this->*operation.act)();
         EXPECT_EQ(keys(), good);
-        expect_next_event_right();
+
+        world().broadcasts.clear();
+        sel_init_complete = 1;
+        EXPECT_EQ(process_sel_data(event_of(second_sensor).data()), 0); // the next event is right
+        EXPECT_EQ(world().broadcasts.size(), 1U);
+        EXPECT_TRUE(read_table_files(sandbox.path("")) == chain());
+        expect_sound();
         return has_failed;
     }
 
@@ -210,15 +216,6 @@ protected:
             abort();
         }
         expect_idle();
-    }
-
-    void expect_next_event_right() {
-        world().broadcasts.clear();
-        sel_init_complete = 1;
-        EXPECT_EQ(process_sel_data(event_of(second_sensor).data()), 0);
-        EXPECT_EQ(world().broadcasts.size(), 1U);
-        EXPECT_TRUE(read_table_files(sandbox.path("")) == chain());
-        expect_sound();
     }
 
     enum { unknown, none, running };
