@@ -133,16 +133,12 @@ TEST_F(FaultTable, PassesEndWhereNothingCanBeCleared) {
 
 TEST_F(FaultTable, PassesRunBesideUpdates) {
     world().keep_log = false;
-    const auto put_any = [](uint32_t i) {
-        const auto n = static_cast<int32_t>(i);
-        put({3, n * 7 % 8, n % 3, n % 4, n % 5, i * 7 % 8});
-    };
     for (int32_t number = 0; number < 8; ++number) {
         set_sensor(number, 1, number % 2 == 0 ? 0 : 1);
     }
-    std::thread other([=] {
-        for (uint32_t i = 0; i < 3000; ++i) {
-            put_any(i);
+    std::thread other([] {
+        for (int32_t i = 0; i < 3000; ++i) {
+            put({3, i * 7 % 8, i % 3, i % 4, i % 5, static_cast<uint32_t>(i * 7 % 8)});
         }
     });
     for (int i = 0; i < 100; ++i) {
