@@ -2,12 +2,12 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <span>
+#include <string>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
@@ -17,26 +17,25 @@ public:
 
     bool at_end() const { return rest_.empty(); }
 
-    std::span<const uint8_t> take(size_t count) {
+    std::string bytes(size_t count) {
         const auto taken = rest_.first(std::min(count, rest_.size()));
         rest_ = rest_.subspan(taken.size());
-        return taken;
+        return {taken.begin(), taken.end()};
     }
 
     template <class Number = uint8_t>
     Number number() {
         Number value{};
-        const auto bytes = take(sizeof value);
-        std::copy(bytes.begin(), bytes.end(), reinterpret_cast<uint8_t *>(&value));
+        const std::string taken = bytes(sizeof value);
+        memcpy(&value, taken.data(), taken.size());
         return value;
     }
 
     // Some bytes of text, then one and the same to the end of the field: often not NUL.
-    template <size_t Size>
-    void fill(char *field) {
-        memset(field, number(), Size);
-        const auto text = take(std::min<size_t>(number(), Size));
-        std::copy(text.begin(), text.end(), field);
+    std::string text(size_t size) {
+        std::string field(size, static_cast<char>(number()));
+        const std::string start = bytes(std::min<size_t>(number(), size));
+        return field.replace(0, start.size(), start);
     }
 
     // Results of the neighbours: mostly success.

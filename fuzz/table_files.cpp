@@ -19,16 +19,11 @@ namespace {
 struct Folder {
     Folder() { require(mkdtemp(path.data()) != nullptr, "there is a folder"); }
     ~Folder() { std::filesystem::remove_all(path); }
+    void write(const char *name, const std::string &bytes) const {
+        std::ofstream(path + name, std::ios::binary) << bytes;
+    }
     std::string path = std::filesystem::temp_directory_path() / "fuzz_XXXXXX";
 };
-
-void write_file(const std::string &path, const std::string &bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
-std::string text_of(std::span<const uint8_t> bytes) {
-    return {bytes.begin(), bytes.end()};
-}
 
 } // namespace
 
@@ -38,16 +33,16 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     static const Folder folder;
     static FILE *const nowhere = fopen("/dev/null", "w");
     Input input(data, size);
-    const std::string count_file = text_of(input.take(input.number() % 8));
+    const std::string count_file = input.bytes(input.number() % 8);
     uint32_t count = 0;
     memcpy(&count, count_file.data(), std::min(count_file.size(), sizeof count));
     const size_t counted = (count <= FE_TABLE_MAX_FAULTS + 1 ? count : 1) * sizeof(fe_write_buf),
                  length = counted + input.number();
     std::string entry_file(length - std::min<size_t>(length, input.number()), static_cast<char>(input.number()));
-    const std::string start = text_of(input.take(entry_file.size()));
+    const std::string start = input.bytes(entry_file.size());
     entry_file.replace(0, start.size(), start);
-    write_file(folder.path + "/fe_table.sz", count_file);
-    write_file(folder.path + "/fe_table.entry", entry_file);
+    folder.write("/fe_table.sz", count_file);
+    folder.write("/fe_table.entry", entry_file);
 
     const bool is_pair =
         count_file.size() == 4 && count <= FE_TABLE_MAX_FAULTS && entry_file.size() == count * sizeof(fe_write_buf);

@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <set>
 
-#include "support/interpose.h"
+#include "support/scoped.h"
 
 World &world() {
     static World the_world;
@@ -48,14 +49,16 @@ int32_t handle(const char *handler, fe_read_buf *request, fe_write_buf_struct *w
     return 0;
 }
 
-void put_event_text(char *event) {
-    std::string text = world().event_text;
-    text.resize(sizeof sel_text_rec::event);
-    memcpy(event, text.data(), text.size());
+// The text without its NUL if it has no room for that.
+template <size_t Size>
+void put_text(char *field, std::string text) {
+    text.resize(Size);
+    memcpy(field, text.data(), Size);
 }
 
-template <typename Node, typename Inner>
-void free_list(Node *&head, Inner free_inner) {
+// Frees the list and all that the function frees under its nodes.
+template <typename Node>
+void free_list(Node *&head, void (*free_inner)(Node &)) {
     while (Node *const node = head) {
         free_inner(*node);
         head = node->next;
@@ -64,28 +67,48 @@ void free_list(Node *&head, Inner free_inner) {
 }
 
 void free_fault_table() {
-    const auto nothing = [](const auto &) {};
-    const auto free_instance = [nothing](entity_instance_node &node) { free_list(node.fault_list, nothing); };
-    free_list(fe_table_head_ptr, nothing);
-    free_list(entity_id_list_head_ptr,
-              [free_instance](entity_id_node &node) { free_list(node.instance_list, free_instance); });
+    free_list<fe_table_entry>(fe_table_head_ptr, [](auto &) {});
+    free_list<entity_id_node>(entity_id_list_head_ptr, [](auto &entity) {
+        free_list<entity_instance_node>(
+            entity.instance_list, [](auto &instance) { free_list<fault_node>(instance.fault_list, [](auto &) {}); });
+    });
     fe_fault_count = 0;
 }
 
-// As broken_invariant(), of the part of the index under one instance. Takes what it finds out of `unreferenced`.
-std::string broken_instance(const entity_id_node &entity, const entity_instance_node &instance,
-                            std::set<const fe_table_entry *> &unreferenced) {
-    for (const fault_node *fault = instance.fault_list; fault != nullptr; fault = fault->next) {
-        if (unreferenced.erase(fault->entry) == 0) {
-            return "a fault node whose entry is not on the chain, or another's";
+// As broken_invariant(), under the lock.
+std::string broken_table() {
+    std::vector<const fe_table_entry *> chain, indexed;
+    std::set<std::pair<uint8_t, int64_t>> parts;
+    constexpr int64_t entity_itself = INT64_MAX;
+    for (const fe_table_entry *entry = fe_table_head_ptr; entry != nullptr; entry = entry->next) {
+        if (chain.size() == fe_fault_count) {
+            return "the chain is longer than fe_fault_count, or a ring";
         }
-        const fe_write_buf &record = fault->entry->record;
-        if (record.entity_id != entity.entity_id || record.entity_instance != instance.entity_instance ||
-            record.vemoFaultCode != fault->fault_code) {
-            return "an entry under other keys than its own";
+        chain.push_back(entry);
+    }
+    for (const entity_id_node *entity = entity_id_list_head_ptr; entity != nullptr; entity = entity->next) {
+        if (entity->instance_list == nullptr || !parts.emplace(entity->entity_id, entity_itself).second) {
+            return "an empty or repeated entity";
+        }
+        for (const auto *instance = entity->instance_list; instance != nullptr; instance = instance->next) {
+            if (instance->fault_list == nullptr ||
+                !parts.emplace(entity->entity_id, instance->entity_instance).second) {
+                return "an empty or repeated instance";
+            }
+            for (const fault_node *fault = instance->fault_list; fault != nullptr; fault = fault->next) {
+                const fe_write_buf &record = indexed.emplace_back(fault->entry)->record;
+                if (record.entity_id != entity->entity_id || record.entity_instance != instance->entity_instance ||
+                    record.vemoFaultCode != fault->fault_code) {
+                    return "an entry under other keys than its own";
+                }
+            }
         }
     }
-    return instance.fault_list == nullptr ? "an empty instance" : "";
+    std::ranges::sort(chain);
+    std::ranges::sort(indexed);
+    return indexed != chain                 ? "an entry without a fault node of its own"
+           : chain.size() != fe_fault_count ? "fe_fault_count is wrong"
+                                            : "";
 }
 
 } // namespace
@@ -106,50 +129,14 @@ void reset_world() {
 
 sensor_data_record sensor(uint32_t number, uint32_t entity_id, uint32_t entity_instance, uint32_t sensor_type,
                           uint32_t event_type) {
-    sensor_data_record result{};
-    result.sensor_number = number;
-    result.entity_id = entity_id;
-    result.entity_instance = entity_instance;
-    result.sensor_type = sensor_type;
-    result.event_type = event_type;
-    return result;
-}
-
-WriteBuffer::WriteBuffer() {
-    block.fe_write_buf = &record;
-    pthread_mutex_init(&block.fe_write_buf_mutex, nullptr);
-    fe_write_buf_struct_ptr = &block;
-}
-
-WriteBuffer::~WriteBuffer() {
-    fe_write_buf_struct_ptr = nullptr;
-    pthread_mutex_destroy(&block.fe_write_buf_mutex);
+    return {{}, number, entity_id, entity_instance, sensor_type, event_type, {}};
 }
 
 std::string broken_invariant() {
     pthread_mutex_lock(&fe_table_mutex);
-    std::set<const fe_table_entry *> unreferenced;
-    std::set<uint8_t> entities;
-    std::set<std::pair<uint8_t, int32_t>> instances;
-    std::string wrong;
-    for (const fe_table_entry *entry = fe_table_head_ptr; entry != nullptr && wrong.empty(); entry = entry->next) {
-        wrong = unreferenced.insert(entry).second ? "" : "the chain is a ring";
-    }
-    if (unreferenced.size() != fe_fault_count) {
-        wrong = "fe_fault_count is wrong";
-    }
-    for (const entity_id_node *entity = entity_id_list_head_ptr; entity && wrong.empty(); entity = entity->next) {
-        if (entity->instance_list == nullptr || !entities.insert(entity->entity_id).second) {
-            wrong = "an empty or repeated entity";
-        }
-        const entity_instance_node *instance = entity->instance_list;
-        for (; instance != nullptr && wrong.empty(); instance = instance->next) {
-            const bool fresh = instances.emplace(entity->entity_id, instance->entity_instance).second;
-            wrong = fresh ? broken_instance(*entity, *instance, unreferenced) : "a repeated instance";
-        }
-    }
+    const std::string wrong = broken_table();
     pthread_mutex_unlock(&fe_table_mutex);
-    return wrong.empty() && !unreferenced.empty() ? "an entry without a fault node" : wrong;
+    return wrong;
 }
 
 extern "C" {
@@ -162,11 +149,11 @@ void fe_init_interface(fe_read_buf_struct *read_buffer) {
 }
 
 void fe_init_broadcaster() {
-    Answer("fe_init_broadcaster").tell(world().run_broadcaster);
+    const Answer answer(__func__);
 }
 
 void broadcast_fe_faults(fe_write_buf_struct *write_buffer) {
-    Answer answer("broadcast_fe_faults");
+    Answer answer(__func__);
     world().broadcasts.push_back(*write_buffer->fe_write_buf);
     world().syslog_filters.push_back(__atomic_load_n(&syslog_filter, __ATOMIC_RELAXED));
     answer.tell(world().on_broadcast, write_buffer);
@@ -186,7 +173,7 @@ void fe_logger(const char *format, ...) {
 }
 
 void FEthreadSleep(int32_t seconds, int32_t) {
-    Answer answer("FEthreadSleep");
+    Answer answer(__func__);
     world().sleeps.push_back(seconds);
     answer.tell(world().on_sleep, seconds);
 }
@@ -212,7 +199,7 @@ HANDLER(process_plax_fault)
 HANDLER(process_cmc_fault)
 
 int32_t IPMI_SensorGetSensorData(int32_t sensor_number, uint32_t *type, sensor_data_record *data) {
-    const Answer answer("IPMI_SensorGetSensorData");
+    const Answer answer(__func__);
     const auto found = world().sensors.find(sensor_number);
     if (found == world().sensors.end()) {
         return -1;
@@ -223,7 +210,7 @@ int32_t IPMI_SensorGetSensorData(int32_t sensor_number, uint32_t *type, sensor_d
 }
 
 int32_t IPMI_SensorGetSensorReading(int32_t sensor_number, uint32_t *reading, uint32_t *status, uint32_t *current) {
-    Answer answer("IPMI_SensorGetSensorReading");
+    Answer answer(__func__);
     answer.tell(world().on_reading, sensor_number);
     const auto found = world().readings.find(sensor_number);
     if (found == world().readings.end()) {
@@ -235,26 +222,26 @@ int32_t IPMI_SensorGetSensorReading(int32_t sensor_number, uint32_t *reading, ui
 }
 
 int32_t IPMI_SELHVDBSELAttach(sel_text_rec *) {
-    const Answer answer("IPMI_SELHVDBSELAttach");
+    const Answer answer(__func__);
     return world().attach_result;
 }
 
 int32_t IPMI_SELGetHVDBSELData(uint32_t, const sel_entry_fields *fields, sel_text_rec *text) {
-    const Answer answer("IPMI_SELGetHVDBSELData");
+    const Answer answer(__func__);
     world().fields.push_back(*fields);
     if (world().text_result == 0) {
-        put_event_text(text->event);
+        put_text<sizeof text->event>(text->event, world().event_text);
     }
     return world().text_result;
 }
 
 int32_t IPMI_SELHVDBSELDetach() {
-    const Answer answer("IPMI_SELHVDBSELDetach");
+    const Answer answer(__func__);
     return world().detach_result;
 }
 
 int32_t SELTotalSEL(uint32_t *first, int32_t, uint16_t *second, uint16_t *total) {
-    const Answer answer("SELTotalSEL");
+    const Answer answer(__func__);
     *first = 0;
     *second = 0;
     *total = static_cast<uint16_t>(world().sel.size());
@@ -264,7 +251,7 @@ int32_t SELTotalSEL(uint32_t *first, int32_t, uint16_t *second, uint16_t *total)
 int32_t DecodeSel(void *area, uint32_t size, const void *request, uint32_t *decoded) {
     constexpr uint32_t kSize = 190470, kRequestWord = 4;
     constexpr size_t kNextRecord = 16, kEntries = 180242;
-    Answer answer("DecodeSel");
+    Answer answer(__func__);
     uint16_t words[2];
     memcpy(words, request, sizeof words);
     const auto [start, count] = words;
@@ -287,19 +274,20 @@ int32_t DecodeSel(void *area, uint32_t size, const void *request, uint32_t *deco
 }
 
 int32_t HVLGSELEntryToStr(const uint8_t *, int32_t, char *timestamp, uint16_t *timestamp_length, char *event,
-                          uint8_t *flag_1, uint8_t *flag_2, uint8_t *, int32_t sensor_number) {
-    Answer answer("HVLGSELEntryToStr");
+                          uint8_t *flag_1, uint8_t *flag_2, uint8_t *work, int32_t sensor_number) {
+    Answer answer(__func__);
+    work[67] = 1;
     if (world().entry_to_str) {
         return answer.ask(world().entry_to_str, timestamp, timestamp_length, event, flag_1, flag_2, sensor_number);
     }
     *timestamp_length = static_cast<uint16_t>(snprintf(timestamp, 32, "1700000000") + 1);
-    put_event_text(event);
+    put_text<256>(event, world().event_text);
     return 0;
 }
 
-int32_t HVLGSELUnixToCTime(const char *timestamp, char *date) {
-    const Answer answer("HVLGSELUnixToCTime");
-    snprintf(date, 32, "on %.20s", timestamp);
+int32_t HVLGSELUnixToCTime(const char *, char *date) {
+    const Answer answer(__func__);
+    put_text<32>(date, world().date_text);
     return 0;
 }
 

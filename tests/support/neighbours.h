@@ -15,6 +15,7 @@
 #include "platform/entity_filter/entity_filter.h"
 #include "platform/fe_core/fe_core.h"
 #include "platform/ipmi_access/ipmi_access.h"
+#include "support/scoped.h"
 
 struct WorldState {
     // What happened. Calls of fe_logger are in `log` alone; every other call of a neighbour also puts its name into
@@ -51,10 +52,10 @@ struct WorldState {
     std::function<int32_t(char *timestamp, uint16_t *length, char *event, uint8_t *flag_1, uint8_t *flag_2,
                           int32_t sensor_number)>
         entry_to_str;
+    std::string date_text; // copied into the 32 bytes of the date; NUL-terminated only where it is shorter
 
-    // Core library loops and broadcast; unset: fe_init_interface and fe_init_broadcaster return at once.
+    // Core library loops and broadcast; unset: fe_init_interface returns at once.
     std::function<void(fe_read_buf_struct *)> listen;
-    std::function<void()> run_broadcaster;
     std::function<void(fe_write_buf_struct *)> on_broadcast; // runs after the broadcast is recorded
     std::function<void(int32_t seconds)> on_sleep;           // runs after the sleep is recorded
 };
@@ -74,14 +75,11 @@ sensor_data_record sensor(uint32_t number, uint32_t entity_id, uint32_t entity_i
                           uint32_t event_type);
 
 // A write buffer of the test's own, published in fe_write_buf_struct_ptr for as long as it lives.
-class WriteBuffer {
-public:
-    WriteBuffer();
-    ~WriteBuffer();
-    WriteBuffer(const WriteBuffer &) = delete;
-    WriteBuffer &operator=(const WriteBuffer &) = delete;
+struct WriteBuffer : Scoped {
+    WriteBuffer() { fe_write_buf_struct_ptr = &block; }
+    ~WriteBuffer() { fe_write_buf_struct_ptr = nullptr; }
     fe_write_buf record{};
-    fe_write_buf_struct block{};
+    fe_write_buf_struct block{&record, PTHREAD_MUTEX_INITIALIZER, {}};
 };
 
 // Empty when the fault table keeps its invariants (index and chain agree, no empty level, count right), else what is
