@@ -60,11 +60,6 @@ UNINSTRUMENTED int refuse(int error) {
     return -1;
 }
 
-UNINSTRUMENTED void *no_memory() {
-    errno = ENOMEM;
-    return nullptr;
-}
-
 UNINSTRUMENTED void *count_block(void *block, int change) {
     if (block != nullptr && BlockCount::current != nullptr && Disarmed::depth == 0) {
         BlockCount::current->count += change;
@@ -86,6 +81,15 @@ UNINSTRUMENTED auto *next(const char *name) {
     return result;
 }
 #define NEXT(name) next<&::name>(#name)
+
+template <typename Function, typename... Sizes>
+UNINSTRUMENTED void *allocate(Function *function, Sizes... sizes) {
+    if (function == nullptr || is_to_fail(Call::allocate)) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    return count_block(function(sizes...), 1);
+}
 
 // Base name of the path if it is one that is redirected, else null.
 UNINSTRUMENTED const char *redirected(const char *path) {
@@ -138,13 +142,11 @@ void *run_body(void *body) {
 extern "C" {
 
 UNINSTRUMENTED void *malloc(size_t size) noexcept {
-    auto *const function = NEXT(malloc);
-    return function == nullptr || is_to_fail(Call::allocate) ? no_memory() : count_block(function(size), 1);
+    return allocate(NEXT(malloc), size);
 }
 
 UNINSTRUMENTED void *calloc(size_t count, size_t size) noexcept {
-    auto *const function = NEXT(calloc);
-    return function == nullptr || is_to_fail(Call::allocate) ? no_memory() : count_block(function(count, size), 1);
+    return allocate(NEXT(calloc), count, size);
 }
 
 UNINSTRUMENTED void free(void *block) noexcept {
