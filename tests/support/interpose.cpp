@@ -118,11 +118,12 @@ UNINSTRUMENTED void trace(const Words &words) {
 
 std::string words_of_open(const char *path, int flags, mode_t mode) {
     const bool creates = (flags & O_CREAT) != 0;
-    char octal[16] = "";
-    snprintf(octal, sizeof octal, creates ? " %04o" : "", static_cast<unsigned>(mode));
+    char octal[16];
+    snprintf(octal, sizeof octal, " %04o", static_cast<unsigned>(mode));
     return "open " + std::filesystem::path(path).filename().string() +
            ((flags & O_ACCMODE) == O_RDWR ? " RDWR" : " other") + (creates ? "|CREAT" : "") +
-           ((flags & O_TRUNC) != 0 ? "|TRUNC" : "") + ((flags & O_NONBLOCK) != 0 ? "|NONBLOCK" : "") + octal;
+           ((flags & O_TRUNC) != 0 ? "|TRUNC" : "") + ((flags & O_NONBLOCK) != 0 ? "|NONBLOCK" : "") +
+           (creates ? octal : "");
 }
 
 void note_destroyed(const void *address) {
