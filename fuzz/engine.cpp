@@ -18,7 +18,7 @@ public:
             return filter(request, *wbuf.fe_write_buf);
         };
         world().decode = [this](uint8_t *area, uint16_t, uint16_t, uint32_t *decoded) {
-            return decode(*reinterpret_cast<sel_decode_area *>(area), *decoded);
+            return decode(*static_cast<sel_decode_area *>(static_cast<void *>(area)), *decoded);
         };
         world().entry_to_str = [this](char *timestamp, uint16_t *length, char *event, auto...) {
             memcpy(timestamp, input.text(32).data(), 32);
