@@ -2,7 +2,8 @@
  * The engine frame: what the daemon starts, and the two operations that every fault passes through.
  *
  * Order of start: init_sdr_lookup(); init_listener(), init_broadcaster(), init_fault_processor(), the listener first,
- * since the fault processor needs the read buffer; init_database() (sel.h) in a thread of the daemon's own.
+ * since the fault processor needs the read buffer; once fe_write_buf_struct_ptr is set, init_database() (sel.h) in a
+ * thread of the daemon's own. SEL records that come before the write buffer are refused.
  *
  * Order of stop: fe_init_interface() returns; the listener withdraws the read buffer, sets fe_not_running and wakes the
  * fault processor, which finishes the request in hand, waits for SEL roads that work on the write buffer, and frees it;
