@@ -5,10 +5,6 @@
 
 namespace {
 
-bool is_free(pthread_mutex_t &mutex) {
-    return pthread_mutex_trylock(&mutex) == 0 && pthread_mutex_unlock(&mutex) == 0;
-}
-
 class Engine {
 public:
     explicit Engine(Input &bytes) : input(bytes) {

@@ -10,20 +10,14 @@
 
 #include <unistd.h>
 
-#include "support/interpose_live.h"
+#include "support/interpose.h"
 #include "support/neighbours.h"
 
-using Lines = std::vector<std::string>;
 using Request = fe_read_buf;
 using Block = fe_write_buf_struct;
 
 inline Request request_of(uint8_t entity, int32_t severity, int32_t fault_number = 1) {
     return {entity, 4, {}, 1, 1, severity, fault_number, 0, "FAN1_RPM", 1, {}, 0x155};
-}
-
-inline bool is_zero(const auto &object) {
-    static const std::remove_cvref_t<decltype(object)> zero{};
-    return std::memcmp(&object, &zero, sizeof object) == 0;
 }
 
 // Polls for what another thread does; what never comes ends in the fixture's alarm.

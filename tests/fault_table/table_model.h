@@ -16,9 +16,8 @@ struct Model {
     std::vector<Place> index;      // in the order of entities, their instances, their faults
     std::map<std::string, std::string> files = {
         {"fe_table.entry", "<missing>"}, {"fe_table.sz", "<missing>"}, {"stor_stat", "<missing>"}};
-    std::string failing_open;     // of this file
-    int failing_allocation = 0;   // of the next operation, from 1; 0: none
-    std::array<int, 4> storage{}; // faults by the bit of the status byte
+    int failing_open = 0, failing_allocation = 0; // of the next operation, from 1; 0: none
+    std::array<int, 4> storage{};                 // faults by the bit of the status byte
     int evictions = 0, twins = 0, stale = 0;
 
     int32_t update(fe_write_buf &r) {
@@ -128,12 +127,12 @@ struct Model {
             return;
         }
         const auto count = static_cast<uint32_t>(chain.size());
-        write("fe_table.sz", {reinterpret_cast<const char *>(&count), sizeof count});
         std::string entries;
         for (const fe_write_buf &record : chain) {
             entries.append(reinterpret_cast<const char *>(&record), sizeof record);
         }
         write("fe_table.entry", entries);
+        write("fe_table.sz", {reinterpret_cast<const char *>(&count), sizeof count});
     }
 
 private:
@@ -148,7 +147,9 @@ private:
         if (sensor == world().sensors.end()) {
             return unreadable;
         }
+        const int failing = std::exchange(failing_open, 0); // not of what another thread does meanwhile
         on_reading(number);
+        failing_open = failing;
         const auto reading = world().readings.find(number);
         if (reading == world().readings.end()) {
             return unreadable;
@@ -206,7 +207,7 @@ private:
     }
 
     void write(const std::string &file, const std::string &content) {
-        if (file != failing_open) {
+        if (failing_open-- != 1) {
             files[file] = content;
         }
     }
@@ -214,9 +215,10 @@ private:
         const auto severity = static_cast<uint32_t>(r.vemoFaultSeverity);
         int &count = storage[severity >= 5 ? 3 : severity >= 3 ? 2 : 0];
         count = std::max(0, count + (is_storage(r) ? step : 0));
-        if (is_storage(r) && files["stor_stat"] != "<missing>") {
+        if (is_storage(r)) {
             const int byte = (storage[0] ? 0x01 : 0) | (storage[2] ? 0x04 : 0) | (storage[3] ? 0x08 : 0);
-            write("stor_stat", std::string(1, static_cast<char>(byte)));
+            write("stor_stat",
+                  files["stor_stat"] == "<missing>" ? "<missing>" : std::string(1, static_cast<char>(byte)));
         }
     }
 };

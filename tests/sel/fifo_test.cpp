@@ -64,7 +64,7 @@ protected:
         int sleeps = 0;
         const CallTrace trace;
         const auto tell_calls = [&] {
-            const Lines calls = trace.calls();
+            const Lines calls = trace.lines;
             for (; told < calls.size(); ++told)
                 if (calls[told].find("SA_vSEL_FIFO") != std::string::npos)
                     tell(calls[told] == "open SA_vSEL_FIFO RDWR|NONBLOCK" ? "> open" : "> " + calls[told].substr(0, 5));

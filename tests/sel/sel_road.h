@@ -8,7 +8,7 @@
 
 #include <unistd.h>
 
-#include "support/interpose_live.h"
+#include "support/interpose.h"
 #include "support/neighbours.h"
 
 using Record = std::array<uint8_t, 16>;
@@ -31,10 +31,6 @@ inline int32_t process_extended(const Record &r, int32_t number = 300) {
                        r[7], r[8], r[9], r[10], 0,    0,    0,    0,    r[12], r[13], r[14], r[15]};
     std::memcpy(bytes + 16, &number, sizeof number);
     return process_super_sel_data(bytes);
-}
-
-inline bool is_free(pthread_mutex_t &mutex) {
-    return pthread_mutex_trylock(&mutex) == 0 && pthread_mutex_unlock(&mutex) == 0;
 }
 
 inline void tell(const std::string &line) {

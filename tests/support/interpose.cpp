@@ -1,8 +1,7 @@
 // Every function here may be called by the dynamic loader or a sanitizer's runtime before either is initialised, so
 // those on that way are not instrumented and keep their state in plain zero-initialised memory.
-#include "support/interpose_live.h"
+#include "support/interpose.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
@@ -29,18 +28,17 @@ namespace {
 
 struct Arm {
     int nth; // 0: not armed
-    bool lasting;
+    Way way;
     int seen;
 };
 constinit thread_local Arm arms[static_cast<int>(Call::file) + 1] = {}; // by Call
-constinit thread_local bool is_killed = false;                          // rather than refused the call
 constinit thread_local bool resolving = false;                          // inside dlsym, which may allocate
 std::atomic<int> failed;
 
 const SandboxPaths *sandbox; // null: none
 
 std::mutex destroyed_lock;
-std::vector<const void *> *destroyed; // null: nothing is recorded
+std::vector<const void *> *destroyed; // never freed: whatever ends with the process is noted, too
 
 UNINSTRUMENTED Arm &arm_of(Call call) {
     return arms[static_cast<int>(call)];
@@ -52,7 +50,10 @@ UNINSTRUMENTED bool is_due(Call call) {
         return false;
     }
     ++arm.seen;
-    return arm.lasting ? arm.seen >= arm.nth : arm.seen == arm.nth;
+    if (arm.way == Way::kills && arm.seen == arm.nth) {
+        raise(SIGKILL);
+    }
+    return arm.way == Way::with_all_behind_it ? arm.seen >= arm.nth : arm.seen == arm.nth;
 }
 
 UNINSTRUMENTED int refuse(int error) {
@@ -129,9 +130,10 @@ std::string words_of_open(const char *path, int flags, mode_t mode) {
 void note_destroyed(const void *address) {
     const Disarmed disarmed;
     const std::lock_guard guard(destroyed_lock);
-    if (destroyed != nullptr) {
-        destroyed->push_back(address);
+    if (destroyed == nullptr) {
+        destroyed = new std::vector<const void *>;
     }
+    destroyed->push_back(address);
 }
 
 void *run_body(void *body) {
@@ -175,9 +177,6 @@ UNINSTRUMENTED int open(const char *path, int flags, ...) {
     }
     if (sandbox == nullptr) {
         return refuse(ENOENT);
-    }
-    if (FailOpen::current != nullptr && FailOpen::current->base_name == base_name) {
-        return refuse(EACCES);
     }
     const Disarmed disarmed;
     return NEXT(open)(sandbox->path(base_name).c_str(), flags, mode);
@@ -239,11 +238,8 @@ UNINSTRUMENTED int pthread_create(pthread_t *thread, const pthread_attr_t *attri
     const Disarmed disarmed; // what libc allocates for the thread is not the caller's
     const Arm arm = arm_of(Call::allocate);
     BlockCount *const blocks = BlockCount::current;
-    if (arm.nth == 0 && blocks == nullptr) {
-        return NEXT(pthread_create)(thread, attributes, start, argument);
-    }
     auto *const body = new std::function<void *()>([=] {
-        arm_of(Call::allocate) = {arm.nth, arm.lasting, 0};
+        arm_of(Call::allocate) = {arm.nth, arm.way, 0};
         BlockCount::current = blocks;
         void *const result = start(argument);
         BlockCount::current = nullptr; // what the end of a thread frees is libc's
@@ -299,23 +295,16 @@ void SandboxPaths::create(const std::string &base_name) const {
     std::ofstream(path(base_name)).flush();
 }
 
-FailCall::FailCall(Call call, int nth, bool lasting) : call_(call) {
-    arm_of(call) = {nth, lasting, 0};
+FailCall::FailCall(Call call, int nth, Way way) : call_(call) {
+    arm_of(call) = {nth, way, 0};
 }
 
 FailCall::~FailCall() {
     arm_of(call_) = {};
 }
 
-int FailCall::count() const {
-    return arm_of(call_).seen;
-}
-
 UNINSTRUMENTED bool is_to_fail(Call call) {
     const bool due_as_any = call >= Call::open && call <= Call::close && is_due(Call::file);
-    if (due_as_any && is_killed) {
-        raise(SIGKILL);
-    }
     const bool due = is_due(call) || due_as_any;
     if (due) {
         ++failed;
@@ -327,26 +316,7 @@ int failed_calls() {
     return failed;
 }
 
-void kill_before_file_call(int nth) {
-    is_killed = true;
-    arm_of(Call::file) = {nth, false, 0};
-}
-
-DestroyLog::DestroyLog() {
+std::vector<const void *> take_destroyed() {
     const std::lock_guard guard(destroyed_lock);
-    destroyed = new std::vector<const void *>;
-}
-
-DestroyLog::~DestroyLog() {
-    const std::lock_guard guard(destroyed_lock);
-    delete std::exchange(destroyed, nullptr);
-}
-
-std::vector<const void *> DestroyLog::addresses() const {
-    const std::lock_guard guard(destroyed_lock);
-    return *destroyed;
-}
-
-bool DestroyLog::has(const void *address) const {
-    return std::ranges::count(addresses(), address) != 0;
+    return destroyed != nullptr ? std::exchange(*destroyed, {}) : std::vector<const void *>{};
 }

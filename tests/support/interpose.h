@@ -3,8 +3,11 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <string>
 #include <vector>
+
+#include <sys/select.h>
 
 #include "support/scoped.h"
 
@@ -39,14 +42,15 @@ enum class Call {
     file,      // any open, lockf, write, fsync or close
 };
 
-// While it lives, the n-th call (1 is the first) of that kind made by this thread fails; `lasting`: all later ones, too.
-// Allocation failures return null, the others -1 (thread_create: EAGAIN). A thread that this one creates meanwhile is
-// armed in the same way for its own allocations, for good.
+enum class Way { alone, with_all_behind_it, kills }; // the process, before the call
+
+// While it lives, the n-th call (1 is the first; 0: none) of that kind made by this thread fails. Allocation failures
+// return null, the others -1 (thread_create: EAGAIN). A thread that this one creates meanwhile is armed in the same way
+// for its own allocations, for good.
 class FailCall : Scoped {
 public:
-    FailCall(Call call, int nth, bool lasting = false);
+    FailCall(Call call, int nth, Way way = Way::alone);
     ~FailCall();
-    int count() const; // calls of that kind seen so far
 
 private:
     const Call call_;
@@ -58,25 +62,32 @@ bool is_to_fail(Call call);
 // Calls, by all threads, that were made to fail since the start of the process.
 int failed_calls();
 
-// From now on this process is killed (SIGKILL) before the n-th call of Call::file that this thread makes.
-void kill_before_file_call(int nth);
-
 // While it lives, counts the blocks that this thread, and the threads that it creates, allocate less those they free.
 struct BlockCount : OfThread<BlockCount> {
-    int blocks() const { return count; }
     std::atomic<int> count = 0;
-};
-
-// While it lives, opens of this base name in the sandbox fail with EACCES.
-struct FailOpen : OfThread<FailOpen> {
-    explicit FailOpen(const std::string &name) : base_name(name) {}
-    const std::string base_name;
 };
 
 // While it lives, records the sequence of open, lockf, write, fsync and close calls of this thread as text:
 // "open fe_table.entry RDWR|CREAT|TRUNC 0704", "open stor_stat RDWR|TRUNC", "lockf fe_table.sz F_LOCK 0",
 // "write fe_table.sz 4", "fsync fe_table.entry", "close fe_table.sz".
 struct CallTrace : OfThread<CallTrace> {
-    const std::vector<std::string> &calls() const { return lines; }
     std::vector<std::string> lines;
 };
+
+// While it lives, the function answers select() of this thread, and fstat() of this thread leaves errno_of_fstat
+// behind.
+struct ScriptedWait : OfThread<ScriptedWait> {
+    using Answer = std::function<int(int limit, fd_set *readable, fd_set *writable, fd_set *exceptional, timeval *)>;
+    explicit ScriptedWait(Answer select_answer) : answer(std::move(select_answer)) {}
+    const Answer answer;
+    int errno_of_fstat = 0;
+};
+
+// While it lives, the function runs before every duplicate sweep that the library makes in this thread.
+struct OnSweep : OfThread<OnSweep> {
+    explicit OnSweep(std::function<void()> function) : seen(std::move(function)) {}
+    const std::function<void()> seen;
+};
+
+// The mutexes and conditions that were destroyed since it was last asked, by any thread, in order.
+std::vector<const void *> take_destroyed();

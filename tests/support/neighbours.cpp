@@ -7,7 +7,7 @@
 #include <cstring>
 #include <set>
 
-#include "support/scoped.h"
+#include "support/interpose.h"
 
 World &world() {
     static World the_world;
@@ -18,7 +18,7 @@ namespace {
 
 // One call of a neighbour: recorded, and answered under the world's lock until a function of the test's takes over.
 struct Answer {
-    explicit Answer(const char *call) { world().calls.emplace_back(call); }
+    explicit Answer(const char *call, bool failing = false) : fails(failing) { world().calls.emplace_back(call); }
 
     // Calls the function without the lock, since it may well call the library.
     template <typename Function, typename... Arguments>
@@ -35,12 +35,16 @@ struct Answer {
         }
     }
 
+    const bool fails;
     Disarmed disarmed;
     std::unique_lock<std::recursive_mutex> lock{world().lock};
 };
 
 int32_t handle(const char *handler, fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    Answer answer(handler);
+    Answer answer(handler, is_to_fail(Call::neighbour));
+    if (answer.fails) {
+        return -1;
+    }
     if (world().dispatch) {
         return answer.ask(world().dispatch, handler, *request, *wbuf);
     }
@@ -56,59 +60,20 @@ void put_text(char *field, std::string text) {
     memcpy(field, text.data(), Size);
 }
 
-// Frees the list and all that the function frees under its nodes.
-template <typename Node>
-void free_list(Node *&head, void (*free_inner)(Node &)) {
-    while (Node *const node = head) {
-        free_inner(*node);
-        head = node->next;
-        free(node);
-    }
-}
-
-void free_fault_table() {
-    free_list<fe_table_entry>(fe_table_head_ptr, [](auto &) {});
-    free_list<entity_id_node>(entity_id_list_head_ptr, [](auto &entity) {
-        free_list<entity_instance_node>(
-            entity.instance_list, [](auto &instance) { free_list<fault_node>(instance.fault_list, [](auto &) {}); });
-    });
-    fe_fault_count = 0;
-}
-
 // As broken_invariant(), under the lock.
 std::string broken_table() {
-    std::vector<const fe_table_entry *> chain, indexed;
-    std::set<std::pair<uint8_t, int64_t>> parts;
-    constexpr int64_t entity_itself = INT64_MAX;
-    for (const fe_table_entry *entry = fe_table_head_ptr; entry != nullptr; entry = entry->next) {
-        if (chain.size() == fe_fault_count) {
-            return "the chain is longer than fe_fault_count, or a ring";
-        }
+    std::vector<const fe_table_entry *> chain;
+    for (const auto *entry = fe_table_head_ptr; entry != nullptr && chain.size() <= fe_fault_count;
+         entry = entry->next) {
         chain.push_back(entry);
     }
-    for (const entity_id_node *entity = entity_id_list_head_ptr; entity != nullptr; entity = entity->next) {
-        if (entity->instance_list == nullptr || !parts.emplace(entity->entity_id, entity_itself).second) {
-            return "an empty or repeated entity";
-        }
-        for (const auto *instance = entity->instance_list; instance != nullptr; instance = instance->next) {
-            if (instance->fault_list == nullptr ||
-                !parts.emplace(entity->entity_id, instance->entity_instance).second) {
-                return "an empty or repeated instance";
-            }
-            for (const fault_node *fault = instance->fault_list; fault != nullptr; fault = fault->next) {
-                const fe_write_buf &record = indexed.emplace_back(fault->entry)->record;
-                if (record.entity_id != entity->entity_id || record.entity_instance != instance->entity_instance ||
-                    record.vemoFaultCode != fault->fault_code) {
-                    return "an entry under other keys than its own";
-                }
-            }
-        }
-    }
+    TableIndex index = table_index();
     std::ranges::sort(chain);
-    std::ranges::sort(indexed);
-    return indexed != chain                 ? "an entry without a fault node of its own"
-           : chain.size() != fe_fault_count ? "fe_fault_count is wrong"
-                                            : "";
+    std::ranges::sort(index.entries);
+    return chain.size() != fe_fault_count ? "fe_fault_count is wrong, or the chain a ring"
+           : index.entries != chain       ? "an entry without a fault node of its own"
+           : !index.is_sound              ? "an empty or repeated level, or an entry under other keys than its own"
+                                          : "";
 }
 
 } // namespace
@@ -123,13 +88,37 @@ void reset_world() {
     }
     std::fill(std::begin(fe_sdr_instance_array), std::end(fe_sdr_instance_array), 1);
     pthread_mutex_lock(&fe_table_mutex);
-    free_fault_table();
+    while (remove_last_fe_table_entry(&fe_table_head_ptr, &entity_id_list_head_ptr) == 0) {
+    }
+    fe_fault_count = 0;
     pthread_mutex_unlock(&fe_table_mutex);
 }
 
 sensor_data_record sensor(uint32_t number, uint32_t entity_id, uint32_t entity_instance, uint32_t sensor_type,
                           uint32_t event_type) {
     return {{}, number, entity_id, entity_instance, sensor_type, event_type, {}};
+}
+
+TableIndex table_index() {
+    TableIndex index;
+    std::set<std::pair<uint8_t, int64_t>> levels;
+    const auto add_level = [&](uint8_t entity, int64_t instance, bool is_empty) {
+        index.is_sound &= levels.emplace(entity, instance).second && !is_empty;
+    };
+    for (const auto *entity = entity_id_list_head_ptr; entity != nullptr; entity = entity->next) {
+        add_level(entity->entity_id, INT64_MAX, entity->instance_list == nullptr);
+        for (const auto *instance = entity->instance_list; instance != nullptr; instance = instance->next) {
+            add_level(entity->entity_id, instance->entity_instance, instance->fault_list == nullptr);
+            for (const auto *fault = instance->fault_list; fault != nullptr; fault = fault->next) {
+                const fe_write_buf &record = index.entries.emplace_back(fault->entry)->record;
+                index.is_sound &= record.entity_id == entity->entity_id &&
+                                  record.entity_instance == instance->entity_instance &&
+                                  record.vemoFaultCode == fault->fault_code;
+            }
+        }
+    }
+    index.levels = levels.size();
+    return index;
 }
 
 std::string broken_invariant() {
@@ -155,7 +144,6 @@ void fe_init_broadcaster() {
 void broadcast_fe_faults(fe_write_buf_struct *write_buffer) {
     Answer answer(__func__);
     world().broadcasts.push_back(*write_buffer->fe_write_buf);
-    world().syslog_filters.push_back(__atomic_load_n(&syslog_filter, __ATOMIC_RELAXED));
     answer.tell(world().on_broadcast, write_buffer);
 }
 
@@ -199,9 +187,9 @@ HANDLER(process_plax_fault)
 HANDLER(process_cmc_fault)
 
 int32_t IPMI_SensorGetSensorData(int32_t sensor_number, uint32_t *type, sensor_data_record *data) {
-    const Answer answer(__func__);
+    const Answer answer(__func__, is_to_fail(Call::neighbour));
     const auto found = world().sensors.find(sensor_number);
-    if (found == world().sensors.end()) {
+    if (answer.fails || found == world().sensors.end()) {
         return -1;
     }
     *type = 1;
@@ -210,10 +198,10 @@ int32_t IPMI_SensorGetSensorData(int32_t sensor_number, uint32_t *type, sensor_d
 }
 
 int32_t IPMI_SensorGetSensorReading(int32_t sensor_number, uint32_t *reading, uint32_t *status, uint32_t *current) {
-    Answer answer(__func__);
+    Answer answer(__func__, is_to_fail(Call::neighbour));
     answer.tell(world().on_reading, sensor_number);
     const auto found = world().readings.find(sensor_number);
-    if (found == world().readings.end()) {
+    if (answer.fails || found == world().readings.end()) {
         return -1;
     }
     *reading = *status = ~found->second; // nobody may take these for the state
@@ -222,41 +210,42 @@ int32_t IPMI_SensorGetSensorReading(int32_t sensor_number, uint32_t *reading, ui
 }
 
 int32_t IPMI_SELHVDBSELAttach(sel_text_rec *) {
-    const Answer answer(__func__);
-    return world().attach_result;
+    const Answer answer(__func__, is_to_fail(Call::neighbour));
+    return answer.fails ? -1 : world().attach_result;
 }
 
 int32_t IPMI_SELGetHVDBSELData(uint32_t, const sel_entry_fields *fields, sel_text_rec *text) {
-    const Answer answer(__func__);
+    const Answer answer(__func__, is_to_fail(Call::neighbour));
     world().fields.push_back(*fields);
-    if (world().text_result == 0) {
+    const int32_t result = answer.fails ? -1 : world().text_result;
+    if (result == 0) {
         put_text<sizeof text->event>(text->event, world().event_text);
     }
-    return world().text_result;
+    return result;
 }
 
 int32_t IPMI_SELHVDBSELDetach() {
-    const Answer answer(__func__);
-    return world().detach_result;
+    const Answer answer(__func__, is_to_fail(Call::neighbour));
+    return answer.fails ? -1 : world().detach_result;
 }
 
 int32_t SELTotalSEL(uint32_t *first, int32_t, uint16_t *second, uint16_t *total) {
-    const Answer answer(__func__);
+    const Answer answer(__func__, is_to_fail(Call::neighbour));
     *first = 0;
     *second = 0;
     *total = static_cast<uint16_t>(world().sel.size());
-    return world().total_result;
+    return answer.fails ? -1 : world().total_result;
 }
 
 int32_t DecodeSel(void *area, uint32_t size, const void *request, uint32_t *decoded) {
     constexpr uint32_t kSize = 190470, kRequestWord = 4;
     constexpr size_t kNextRecord = 16, kEntries = 180242;
-    Answer answer(__func__);
+    Answer answer(__func__, is_to_fail(Call::neighbour));
     uint16_t words[2];
     memcpy(words, request, sizeof words);
     const auto [start, count] = words;
     world().chunk_requests.emplace_back(start, count);
-    if (size != kSize || memcmp(area, &kRequestWord, sizeof kRequestWord) != 0) {
+    if (answer.fails || size != kSize || memcmp(area, &kRequestWord, sizeof kRequestWord) != 0) {
         return -1;
     }
     uint8_t *const bytes = static_cast<uint8_t *>(area);
@@ -275,8 +264,11 @@ int32_t DecodeSel(void *area, uint32_t size, const void *request, uint32_t *deco
 
 int32_t HVLGSELEntryToStr(const uint8_t *, int32_t, char *timestamp, uint16_t *timestamp_length, char *event,
                           uint8_t *flag_1, uint8_t *flag_2, uint8_t *work, int32_t sensor_number) {
-    Answer answer(__func__);
+    Answer answer(__func__, is_to_fail(Call::neighbour));
     work[67] = 1;
+    if (answer.fails) {
+        return -1;
+    }
     if (world().entry_to_str) {
         return answer.ask(world().entry_to_str, timestamp, timestamp_length, event, flag_1, flag_2, sensor_number);
     }
@@ -286,7 +278,10 @@ int32_t HVLGSELEntryToStr(const uint8_t *, int32_t, char *timestamp, uint16_t *t
 }
 
 int32_t HVLGSELUnixToCTime(const char *, char *date) {
-    const Answer answer(__func__);
+    const Answer answer(__func__, is_to_fail(Call::neighbour));
+    if (answer.fails) {
+        return -1;
+    }
     put_text<32>(date, world().date_text);
     return 0;
 }

@@ -23,7 +23,6 @@ struct WorldState {
     std::vector<std::string> log;
     std::vector<std::string> calls;
     std::vector<fe_write_buf> broadcasts; // the working record at each broadcast
-    std::vector<int32_t> syslog_filters;  // syslog_filter at each broadcast
     std::vector<int32_t> sleeps;          // seconds; nobody really sleeps
     bool keep_log = true;
 
@@ -81,6 +80,19 @@ struct WriteBuffer : Scoped {
     fe_write_buf record{};
     fe_write_buf_struct block{&record, PTHREAD_MUTEX_INITIALIZER, {}};
 };
+
+// The index: its entries in order, the number of its entities and instances, and whether none of those is empty or there
+// twice and each entry is under its own keys. The caller keeps others from the table.
+struct TableIndex {
+    std::vector<const fe_table_entry *> entries;
+    size_t levels = 0;
+    bool is_sound = true;
+};
+TableIndex table_index();
+
+inline bool is_free(pthread_mutex_t &mutex) {
+    return pthread_mutex_trylock(&mutex) == 0 && pthread_mutex_unlock(&mutex) == 0;
+}
 
 // Empty when the fault table keeps its invariants (index and chain agree, no empty level, count right), else what is
 // wrong. Takes fe_table_mutex.
