@@ -165,35 +165,18 @@ TEST_F(Stop, LeavesAReadBufferOfSomebodyElse) {
     EXPECT_EQ(std::exchange(fe_read_buf_struct_ptr, nullptr), &foreign);
 }
 
-// A road of SEL records, at work all the time: what it says was committed must have been dispatched.
-struct Road {
-    explicit Road(std::function<int32_t()> next_record)
-        : thread([this, next_record] {
-              while (!over)
-                  committed += next_record() == 0 ? 1 : 0;
-          }) {}
-    ~Road() {
-        over = true;
-        thread.join();
-        EXPECT_EQ(committed, dispatched);
-    }
-    std::atomic<bool> over = false;
-    std::atomic<int> committed = 0, dispatched = 0;
-    std::thread thread;
-};
-
 // Beside the roads clean-up passes are at work: sensor 0x30 is idle, and some of the faults become twins.
 TEST_F(Stop, UnderLoadAndAgainHundredsOfTimes) {
     world().keep_log = false;
     world().readings[0x30] = 0;
     int32_t placed = 0, taken = 0;
     int round = 0, records = 0;
-    Road *roads[2] = {};
+    std::atomic<int> committed[2] = {}, at_filter[2] = {};                              // by road: ordinary, extended
     world().dispatch = [&](const std::string &handler, Request &request, Block &wbuf) { // with the mutex held
         if (handler == "process_fan_fault")
             EXPECT_EQ(request.fe_fault_num, ++taken);
         else
-            ++roads[handler == "process_mem_fault"]->dispatched;
+            ++at_filter[handler == "process_mem_fault"];
         fe_write_buf &record = *wbuf.fe_write_buf;
         std::memcpy(&record, &request, offsetof(Request, eventType));
         record.sens_num = request.sens_num;
@@ -202,8 +185,8 @@ TEST_F(Stop, UnderLoadAndAgainHundredsOfTimes) {
         return 0;
     };
     world().listen = [&](fe_read_buf_struct *shared) {
-        const int before[] = {roads[0]->committed, roads[1]->committed};
-        const auto loaded = [&] { return roads[0]->committed > before[0] && roads[1]->committed > before[1]; };
+        const int before[] = {committed[0], committed[1]};
+        const auto loaded = [&] { return committed[0] > before[0] && committed[1] > before[1]; };
         while (placed < round % 3 * 2 || (round % 6 == 5 && !loaded()))
             place(*shared, request_of(29, 5, ++placed));
         if (round % 6 == 4)
@@ -211,9 +194,12 @@ TEST_F(Stop, UnderLoadAndAgainHundredsOfTimes) {
         cleanup_deasserted_events();
         cleanup_duplicate_events();
     };
-    Road ordinary([] { return process_sel_data(sel_event.data()); });
-    Road extended([] { return process_super_sel_data(super_sel_event.data()); });
-    roads[0] = &ordinary, roads[1] = &extended;
+    const auto repeat = [](std::stop_token over, auto process, const uint8_t *record, std::atomic<int> &count) {
+        while (!over.stop_requested())
+            count += process(record) == 0 ? 1 : 0;
+    };
+    std::jthread ordinary(repeat, process_sel_data, sel_event.data(), std::ref(committed[0]));
+    std::jthread extended(repeat, process_super_sel_data, super_sel_event.data(), std::ref(committed[1]));
     for (; round < 300; ++round) {
         fe_set_flag(&sel_init_complete, round % 2);
         ASSERT_EQ(init_listener(), 0);
@@ -229,6 +215,9 @@ TEST_F(Stop, UnderLoadAndAgainHundredsOfTimes) {
         world().calls.clear();
         world().broadcasts.clear();
     }
+    ordinary = {}; // which ends it
+    extended = {};
+    EXPECT_TRUE(committed[0] == at_filter[0] && committed[1] == at_filter[1]);
     EXPECT_EQ(broken_invariant(), "");
 }
 

@@ -2,9 +2,18 @@
 #pragma once
 
 #include <cstring>
+#include <fstream>
+#include <gtest/gtest.h>
 #include <vector>
 
+#include "support/interpose.h"
 #include "support/neighbours.h"
+
+struct FaultTable : testing::Test {
+    FaultTable() { reset_world(); }
+    ~FaultTable() override { reset_world(); }
+    SandboxPaths sandbox;
+};
 
 struct Fault {
     uint8_t entity;

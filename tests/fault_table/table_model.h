@@ -16,8 +16,8 @@ struct Model {
     std::vector<Place> index;      // in the order of entities, their instances, their faults
     std::map<std::string, std::string> files = {
         {"fe_table.entry", "<missing>"}, {"fe_table.sz", "<missing>"}, {"stor_stat", "<missing>"}};
-    int failing_open = 0, failing_allocation = 0; // of the next operation, from 1; 0: none
-    std::array<int, 4> storage{};                 // faults by the bit of the status byte
+    int failing_allocation = 0;   // of the next operation, from 1; 0: none
+    std::array<int, 4> storage{}; // faults by the bit of the status byte
     int evictions = 0, twins = 0, stale = 0;
 
     int32_t update(fe_write_buf &r) {
@@ -131,8 +131,8 @@ struct Model {
         for (const fe_write_buf &record : chain) {
             entries.append(reinterpret_cast<const char *>(&record), sizeof record);
         }
-        write("fe_table.entry", entries);
-        write("fe_table.sz", {reinterpret_cast<const char *>(&count), sizeof count});
+        files["fe_table.entry"] = entries;
+        files["fe_table.sz"] = {reinterpret_cast<const char *>(&count), sizeof count};
     }
 
 private:
@@ -147,9 +147,7 @@ private:
         if (sensor == world().sensors.end()) {
             return unreadable;
         }
-        const int failing = std::exchange(failing_open, 0); // not of what another thread does meanwhile
         on_reading(number);
-        failing_open = failing;
         const auto reading = world().readings.find(number);
         if (reading == world().readings.end()) {
             return unreadable;
@@ -206,19 +204,13 @@ private:
                   r.vemoFaultCode, r.prev_vemoFaultCode, r.vemoFaultSeverity);
     }
 
-    void write(const std::string &file, const std::string &content) {
-        if (failing_open-- != 1) {
-            files[file] = content;
-        }
-    }
     void count_storage(const fe_write_buf &r, int step) {
         const auto severity = static_cast<uint32_t>(r.vemoFaultSeverity);
         int &count = storage[severity >= 5 ? 3 : severity >= 3 ? 2 : 0];
         count = std::max(0, count + (is_storage(r) ? step : 0));
-        if (is_storage(r)) {
+        if (is_storage(r) && files["stor_stat"] != "<missing>") {
             const int byte = (storage[0] ? 0x01 : 0) | (storage[2] ? 0x04 : 0) | (storage[3] ? 0x08 : 0);
-            write("stor_stat",
-                  files["stor_stat"] == "<missing>" ? "<missing>" : std::string(1, static_cast<char>(byte)));
+            files["stor_stat"] = std::string(1, static_cast<char>(byte));
         }
     }
 };

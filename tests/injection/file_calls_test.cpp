@@ -4,12 +4,10 @@
 #include <csignal>
 #include <ctime>
 
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "fault_table/faults.h"
-#include "support/interpose.h"
 #include "tools/fectl.h"
 #include "tools/table_files.h"
 
@@ -79,11 +77,10 @@ void fill(int faults) {
     sel_init_complete = 1;
 }
 
-TEST(FileCalls, NoneLeavesATornPairThatIsTakenForGood) {
+TEST_F(FaultTable, NoFileCallLeavesATornPairThatIsTakenForGood) {
     if (!FORKS) {
         GTEST_SKIP() << "forks";
     }
-    const SandboxPaths sandbox;
     const struct {
         const char *name;
         int faults;

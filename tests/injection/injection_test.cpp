@@ -1,6 +1,7 @@
 // Every call that can fail, at its first, second, ... place in every operation until the operation runs untouched, once
 // alone and once with all behind it. Whatever fails, the engine stays sound and does the next thing right.
 #include <cerrno>
+#include <fstream>
 #include <optional>
 
 #include <fcntl.h>
@@ -59,7 +60,7 @@ protected:
 
     Injection() {
         alarm(500);
-        sandbox.create("stor_stat");
+        std::ofstream(sandbox.path("stor_stat")).flush();
         arrange_afresh();
         take_record(); // the first record of each road after start-up has the duplicates swept
         take_extended_record();

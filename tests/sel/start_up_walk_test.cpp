@@ -113,7 +113,7 @@ TEST_F(SelRoad, StartUpTakesEveryStepWhateverTheWalkGives) {
     Record oem = event(), unknown = event();
     oem[2] = 0xC0;
     unknown[11] = road_sensor + 1;
-    sandbox.create("fe_table.sz");
+    std::ofstream(sandbox.path("fe_table.sz")).flush();
     const OnSweep sweep([] { tell("> sweep, started " + std::to_string(sel_init_complete)); });
     on_syslog = [&](int priority, const std::string &text) {
         tell("> syslog " + std::to_string(priority) + " " + text + "> started " + std::to_string(sel_init_complete) +

@@ -38,7 +38,11 @@ std::atomic<int> failed;
 const SandboxPaths *sandbox; // null: none
 
 std::mutex destroyed_lock;
-std::vector<const void *> *destroyed; // never freed: whatever ends with the process is noted, too
+// Stays for good: the end of the process destroys, too.
+std::vector<const void *> &destroyed() {
+    static auto &addresses = *new std::vector<const void *>;
+    return addresses;
+}
 
 UNINSTRUMENTED Arm &arm_of(Call call) {
     return arms[static_cast<int>(call)];
@@ -92,14 +96,10 @@ UNINSTRUMENTED void *allocate(Function *function, Sizes... sizes) {
     return count_block(function(sizes...), 1);
 }
 
-// Base name of the path if it is one that is redirected, else null.
-UNINSTRUMENTED const char *redirected(const char *path) {
-    for (const char *ours : {"/tmp/fe_table.entry", "/tmp/fe_table.sz", "/var/stor_stat", "/var/SA_vSEL_FIFO"}) {
-        if (strcmp(path, ours) == 0) {
-            return strrchr(ours, '/') + 1;
-        }
-    }
-    return nullptr;
+// Of the files that the engine opens by these paths.
+UNINSTRUMENTED bool is_redirected(const char *path) {
+    return strcmp(path, "/tmp/fe_table.entry") == 0 || strcmp(path, "/tmp/fe_table.sz") == 0 ||
+           strcmp(path, "/var/stor_stat") == 0 || strcmp(path, "/var/SA_vSEL_FIFO") == 0;
 }
 
 std::string file_at(int descriptor) {
@@ -130,10 +130,7 @@ std::string words_of_open(const char *path, int flags, mode_t mode) {
 void note_destroyed(const void *address) {
     const Disarmed disarmed;
     const std::lock_guard guard(destroyed_lock);
-    if (destroyed == nullptr) {
-        destroyed = new std::vector<const void *>;
-    }
-    destroyed->push_back(address);
+    destroyed().push_back(address);
 }
 
 void *run_body(void *body) {
@@ -171,15 +168,14 @@ UNINSTRUMENTED int open(const char *path, int flags, ...) {
     if (is_to_fail(Call::open)) {
         return refuse(EMFILE);
     }
-    const char *const base_name = redirected(path);
-    if (base_name == nullptr) {
+    if (!is_redirected(path)) {
         return NEXT(open)(path, flags, mode);
     }
     if (sandbox == nullptr) {
         return refuse(ENOENT);
     }
     const Disarmed disarmed;
-    return NEXT(open)(sandbox->path(base_name).c_str(), flags, mode);
+    return NEXT(open)(sandbox->path(strrchr(path, '/') + 1).c_str(), flags, mode);
 }
 
 UNINSTRUMENTED int lockf(int descriptor, int command, off_t length) {
@@ -291,10 +287,6 @@ std::string SandboxPaths::bytes(const std::string &base_name) const {
     return file ? std::string(std::istreambuf_iterator<char>(file), {}) : "<missing>";
 }
 
-void SandboxPaths::create(const std::string &base_name) const {
-    std::ofstream(path(base_name)).flush();
-}
-
 FailCall::FailCall(Call call, int nth, Way way) : call_(call) {
     arm_of(call) = {nth, way, 0};
 }
@@ -318,5 +310,5 @@ int failed_calls() {
 
 std::vector<const void *> take_destroyed() {
     const std::lock_guard guard(destroyed_lock);
-    return destroyed != nullptr ? std::exchange(*destroyed, {}) : std::vector<const void *>{};
+    return std::exchange(destroyed(), {});
 }

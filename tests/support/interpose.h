@@ -20,7 +20,6 @@ public:
     ~SandboxPaths();
     std::string path(const std::string &base_name) const { return dir_ + "/" + base_name; } // as path("fe_table.sz")
     std::string bytes(const std::string &base_name) const; // content; "<missing>" when there is no such file
-    void create(const std::string &base_name) const;       // an empty file (stor_stat must exist to be written)
 
 private:
     std::string dir_;
