@@ -1,5 +1,5 @@
 // Of the fault table what the model leaves open: every stale rule, the calls on the files, and what only a damaged
-// index brings about.
+// index or an update at the wrong moment brings about.
 #include <numeric>
 #include <tuple>
 
@@ -91,6 +91,20 @@ TEST_F(FaultTable, OldestEntryGoesUnlessItsNodeIsMissing) {
     EXPECT_TRUE(fe_table_head_ptr == nullptr && entity_id_list_head_ptr == nullptr);
     EXPECT_EQ(fe_fault_count, 2U); // is not its own
     EXPECT_EQ(evict(), -1);
+}
+
+TEST_F(FaultTable, StalePassGoesOnWhereAFaultIsNoLongerUnderItsCode) {
+    world().sensors[9] = sensor(9, 3, 1, 1, 1);
+    world().readings[9] = 0;
+    put({3, 1, 5, FE_SEVERITY_MAJOR, 0, 9});
+    int readings = 0;
+    world().on_reading = [&](int32_t) {
+        ++readings;
+        put({3, 1, 6, FE_SEVERITY_MAJOR, 5, 9}); // gives it another, and leaves it the newest
+    };
+    cleanup_deasserted_events();
+    EXPECT_EQ(readings, 1);
+    EXPECT_EQ(chain().size(), 1U);
 }
 
 } // namespace
