@@ -1,6 +1,7 @@
 // Of the fault table what the model leaves open: every stale rule, the calls on the files, and what only a damaged
-// index or an update at the wrong moment brings about.
+// index or another thread brings about.
 #include <numeric>
+#include <thread>
 #include <tuple>
 
 #include <fcntl.h>
@@ -105,6 +106,27 @@ TEST_F(FaultTable, StalePassGoesOnWhereAFaultIsNoLongerUnderItsCode) {
     cleanup_deasserted_events();
     EXPECT_EQ(readings, 1);
     EXPECT_EQ(chain().size(), 1U);
+}
+
+TEST_F(FaultTable, PassesRunBesideUpdates) {
+    world().keep_log = false;
+    for (int32_t number = 0; number < 8; ++number) {
+        world().sensors[number] = sensor(9, 3, 1, 1, 1);
+        world().readings[number] = number % 2 == 0 ? 0 : 1;
+    }
+    std::thread other([] {
+        for (int32_t i = 0; i < 3000; ++i) {
+            put({3, i * 7 % 8, i % 3, i % 4, i % 5, static_cast<uint32_t>(i * 7 % 8)});
+        }
+    });
+    for (int i = 0; i < 100; ++i) {
+        cleanup_deasserted_events();
+        cleanup_duplicate_events();
+    }
+    other.join();
+    EXPECT_EQ(broken_invariant(), "");
+    cleanup_deasserted_events();
+    EXPECT_TRUE(std::ranges::all_of(chain(), [](const auto &fault) { return fault.sens_num % 2 == 1; }));
 }
 
 } // namespace
