@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/interpose.h"
 #include "support/neighbours.h"
 
 TEST(InstanceFloor, SmallestInstanceOfEachEntityAtMostOne) {
@@ -19,7 +20,12 @@ TEST(InstanceFloor, SmallestInstanceOfEachEntityAtMostOne) {
         log.push_back("IPMI_SensorGetSensorData failed for sensor_num: " + std::to_string(missing) + "\n");
     }
     std::fill(std::begin(fe_sdr_instance_array), std::end(fe_sdr_instance_array), -5); // is rebuilt from scratch
-    EXPECT_EQ(init_sdr_lookup(), 0);
+    const int failed = failed_calls();
+    {
+        const FailCall no_memory(Call::allocate, 1, Way::with_all_behind_it);
+        EXPECT_EQ(init_sdr_lookup(), 0);
+    }
+    EXPECT_EQ(failed_calls(), failed) << "the heap is left alone before the first thread starts";
     const std::map<int, int32_t> below_one = {{3, 0}, {0, 0}, {255, 0}, {10, -1}, {11, INT_MIN}};
     for (int entity = 0; entity < 256; ++entity) {
         const auto found = below_one.find(entity);

@@ -260,7 +260,7 @@ const Injection::Operation Injection::operations[] = {
      false},
     {"start-up", {}, &Injection::start_up, 51, false},
     {"FIFO reader", {}, &Injection::read_fifo, 91, false},
-    {"threads", {}, &Injection::run_threads, 9},
+    {"threads", {}, &Injection::run_threads, 28},
 };
 
 constexpr Call calls[] = {Call::allocate, Call::open, Call::lockf, Call::write,  Call::write_short,   Call::fsync,

@@ -2,6 +2,8 @@
 // those on that way are not instrumented and keep their state in plain zero-initialised memory.
 #include "support/interpose.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
@@ -31,8 +33,8 @@ struct Arm {
     Way way;
     int seen;
 };
-constinit thread_local Arm arms[static_cast<int>(Call::file) + 1] = {}; // by Call
-constinit thread_local bool resolving = false;                          // inside dlsym, which may allocate
+constinit thread_local std::array<Arm, static_cast<int>(Call::file) + 1> arms = {}; // by Call
+constinit thread_local bool resolving = false;                                      // inside dlsym, which may allocate
 std::atomic<int> failed;
 
 const SandboxPaths *sandbox; // null: none
@@ -45,7 +47,7 @@ std::vector<const void *> &destroyed() {
 }
 
 UNINSTRUMENTED Arm &arm_of(Call call) {
-    return arms[static_cast<int>(call)];
+    return arms[static_cast<size_t>(call)];
 }
 
 UNINSTRUMENTED bool is_due(Call call) {
@@ -232,10 +234,11 @@ UNINSTRUMENTED int pthread_create(pthread_t *thread, const pthread_attr_t *attri
         return EAGAIN;
     }
     const Disarmed disarmed; // what libc allocates for the thread is not the caller's
-    const Arm arm = arm_of(Call::allocate);
+    const auto creators_arms = arms;
     BlockCount *const blocks = BlockCount::current;
     auto *const body = new std::function<void *()>([=] {
-        arm_of(Call::allocate) = {arm.nth, arm.way, 0};
+        arms = creators_arms;
+        std::ranges::for_each(arms, [](Arm &arm) { arm.seen = 0; });
         BlockCount::current = blocks;
         void *const result = start(argument);
         BlockCount::current = nullptr; // what the end of a thread frees is libc's

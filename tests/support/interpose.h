@@ -45,7 +45,7 @@ enum class Way { alone, with_all_behind_it, kills }; // the process, before the 
 
 // While it lives, the n-th call (1 is the first; 0: none) of that kind made by this thread fails. Allocation failures
 // return null, the others -1 (thread_create: EAGAIN). A thread that this one creates meanwhile is armed in the same way
-// for its own allocations, for good.
+// for its own calls, for good.
 class FailCall : Scoped {
 public:
     FailCall(Call call, int nth, Way way = Way::alone);
