@@ -41,7 +41,7 @@ struct fault_position {
     fault_node **fault;
 };
 
-// Entries freed so far: who gave up fe_table_mutex sees by it whether any has gone.
+// Entries freed so far, counted round, guarded by fe_table_mutex: who gave that up sees by it whether any has gone.
 extern uint32_t entries_freed;
 
 // Frees an entry that is off the chain.
