@@ -1,32 +1,20 @@
-// Faults as lines of columns. On a terminal the severity has a colour, unless NO_COLOR is set, and fault names are
-// shortened in the middle to fit the line; anywhere else lines are as long as they are.
+// Faults as lines of columns.
 #pragma once
 
-#include <cstdint>
-#include <cstdio>
 #include <span>
-#include <string>
 
-#include "fault_engine/fault_record.h"
+#include "tools/story.h"
+#include "tools/text_table.h"
 
-class FaultList {
+// Lines of what happens to faults as it happens.
+class ChangeList {
 public:
-    explicit FaultList(FILE *out);
-
-    // Lines of what happens to faults as it happens; `change` is what did.
-    void print_change_header();
-    void print_change(const fe_write_buf &record, const char *change);
-
-    // A table of faults with their causes.
-    void print_table(std::span<const fe_write_buf> faults);
+    explicit ChangeList(size_t line_width);
+    void print(const story::Change &change);
 
 private:
-    void print_line(const fe_write_buf &record, const char *fifth, int fifth_width);
-
-    FILE *out_;
-    bool colour_;
-    size_t line_width_; // 0: as long as it takes
+    TextTable table_;
+    bool head_printed_ = false;
 };
 
-// Name of a record's fault code; of a code that has none, what the record itself calls the fault.
-std::string fault_name(const fe_write_buf &record);
+void print_fault_list(std::span<const story::Fault> faults, size_t line_width);

@@ -5,6 +5,7 @@
 
 #include "platform/ipmi_access/byte_cursor.h"
 #include "platform/ipmi_access/capture_file.h"
+#include "platform/ipmi_access/utf8.h"
 
 namespace ipmi_access {
 namespace {
@@ -21,6 +22,7 @@ struct Layout {
 };
 constexpr Layout layouts[] = {{1, 7, 8, 0, 42}, {2, 7, 8, 18, 26}, {3, 5, 6, 7, 11}};
 
+constexpr size_t owner_offset = 0;
 constexpr size_t number_offset = 2;
 constexpr size_t entity_id_offset = 3;
 constexpr size_t entity_instance_offset = 4;
@@ -85,10 +87,15 @@ std::string decode_name(uint8_t type_length, std::span<const uint8_t> bytes) {
     }
 }
 
-// Names are padded with blanks or zeros; inside them there is nothing that would end a word of the event text.
-std::string one_word(std::string name) {
+// Names are padded with blanks or zeros.
+std::string trimmed(std::string name) {
     const size_t last = name.find_last_not_of(std::string_view(" \0", 2));
     name.resize(last == std::string::npos ? 0 : last + 1);
+    return name;
+}
+
+// Inside it there is nothing that would end a word of the event text.
+std::string one_word(std::string name) {
     std::ranges::transform(name, name.begin(), [](char c) { return c > ' ' && c <= '~' ? c : '_'; });
     return name;
 }
@@ -120,24 +127,26 @@ Sharing read_sharing(const Layout &layout, std::span<const uint8_t> body) {
 
 void add_sensors(Sensors &sensors, const Layout &layout, std::span<const uint8_t> body) {
     const Sharing sharing = read_sharing(layout, body);
-    const std::string name = one_word(decode_name(body[layout.name], body.subspan(layout.name + size_t{1})));
+    const std::string label = trimmed(decode_name(body[layout.name], body.subspan(layout.name + size_t{1})));
     for (unsigned i = 0; i < sharing.count && body[number_offset] + i < sensors.size(); i++) {
         const unsigned number = body[number_offset] + i;
         if (sensors[number])
             continue;
         const unsigned instance = body[entity_instance_offset] + (sharing.steps_instance ? i : 0);
-        Sensor sensor{layout.record_type,
-                      static_cast<uint8_t>(number),
-                      body[entity_id_offset],
-                      static_cast<uint8_t>(instance & instance_mask),
-                      body[layout.sensor_type],
-                      body[layout.event_type],
-                      name};
-        if (name.empty())
-            sensor.name = unnamed_sensor(number);
+        std::string own = label;
+        if (label.empty())
+            own = unnamed_sensor(number);
         else if (sharing.count > 1)
-            sensor.name += name_modifier(sharing.alphabetic, sharing.modifier_offset + i);
-        sensors[number] = std::move(sensor);
+            own += name_modifier(sharing.alphabetic, sharing.modifier_offset + i);
+        sensors[number] = Sensor{layout.record_type,
+                                 body[owner_offset],
+                                 static_cast<uint8_t>(number),
+                                 body[entity_id_offset],
+                                 static_cast<uint8_t>(instance & instance_mask),
+                                 body[layout.sensor_type],
+                                 body[layout.event_type],
+                                 one_word(own),
+                                 utf8_text(own)};
     }
 }
 

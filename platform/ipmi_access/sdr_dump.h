@@ -12,12 +12,14 @@ namespace ipmi_access {
 
 struct Sensor {
     uint8_t record_type; // 1 full, 2 compact, 3 event-only
+    uint8_t owner;       // as in a SEL record's generator id: 0x20 is the BMC, odd ones are system software
     uint8_t number;
     uint8_t entity_id;
     uint8_t entity_instance; // without the flag for logical entities
     uint8_t sensor_type;
     uint8_t event_type;
-    std::string name; // without blanks; "#0x2e" where the record has no name
+    std::string name;  // one word for the engine: without blanks; "#0x2e" where the record has no name
+    std::string label; // for people: as the record has it, in UTF-8; else as `name`
 };
 
 // By sensor number. A number that comes again under another owner or lun is the first record's.
