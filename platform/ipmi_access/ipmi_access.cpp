@@ -38,6 +38,15 @@ std::string sensor_name(uint32_t number) {
     return sensor != nullptr ? sensor->name : unnamed_sensor(number);
 }
 
+std::optional<uint32_t> present_state(int32_t number) {
+    const Sensor *sensor = find_sensor(static_cast<uint32_t>(number));
+    if (server.read_sensor)
+        return sensor != nullptr ? server.read_sensor(*sensor) : std::nullopt;
+    const auto found = number >= 0 && number < 256 ? server.readings.find(static_cast<uint8_t>(number))
+                                                   : server.readings.end();
+    return found != server.readings.end() ? std::optional(found->second) : std::nullopt;
+}
+
 // Copies the text and its NUL, cut to the field; returns the length.
 template <size_t size>
 uint32_t write_text(char (&field)[size], const std::string &text) {
@@ -107,14 +116,12 @@ int32_t IPMI_SensorGetSensorData(int32_t sensor_number, uint32_t *record_type, s
 }
 
 int32_t IPMI_SensorGetSensorReading(int32_t sensor_number, uint32_t *reading, uint32_t *status, uint32_t *state) {
-    const Readings &readings = server.readings;
-    const bool is_number = sensor_number >= 0 && sensor_number < 256;
-    const auto found = is_number ? readings.find(static_cast<uint8_t>(sensor_number)) : readings.end();
-    if (found == readings.end())
+    const std::optional<uint32_t> present = present_state(sensor_number);
+    if (!present)
         return failed;
     *reading = 0;
     *status = 0;
-    *state = found->second;
+    *state = *present;
     return 0;
 }
 

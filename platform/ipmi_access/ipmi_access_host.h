@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -24,6 +26,8 @@ struct Capture {
     Sensors sensors{};
     std::vector<sel_record> records; // the SEL, in order
     Readings readings;               // present states of sensors; one without cannot be read
+    // When set, asked instead: the present state of a sensor, by any thread; nothing when it cannot be read.
+    std::function<std::optional<uint32_t>(const Sensor &sensor)> read_sensor;
 };
 
 // From now on the engine meets this server.

@@ -1,15 +1,14 @@
 // IPMI sessions by libfreeipmi.
 #include <freeipmi/freeipmi.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <sstream>
 #include <string_view>
 
 #include "tools/bmc/ipmi_session.h"
+#include "tools/private_folder.h"
 
 namespace bmc {
 namespace {
@@ -109,27 +108,6 @@ Answer FreeipmiSession::command(uint8_t lun, uint8_t net_function, std::initiali
     return {answer[1], Bytes(answer + 2, answer + length)};
 }
 
-// The library keeps sensor data records in a file.
-class CacheFile {
-public:
-    CacheFile() {
-        if (mkdtemp(folder_.data()) == nullptr) {
-            throw std::runtime_error(folder_ + ": " + strerror(errno));
-        }
-    }
-    ~CacheFile() {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
-    }
-    CacheFile(const CacheFile &) = delete;
-    CacheFile &operator=(const CacheFile &) = delete;
-
-    std::string path() const { return folder_ + "/sdr"; }
-
-private:
-    std::string folder_ = (std::filesystem::temp_directory_path() / "fectl_sdr_XXXXXX").string();
-};
-
 void report_record(uint8_t, uint16_t total, uint32_t, uint32_t, uint16_t, void *counter) {
     auto &[done, report] = *static_cast<std::pair<size_t, const SdrProgress &> *>(counter);
     report(++done, total);
@@ -155,20 +133,21 @@ void FreeipmiSession::fail_with(const SdrContext &sdr) {
 }
 
 Bytes FreeipmiSession::read_sdr(const SdrProgress &progress) {
-    const CacheFile cache;
+    const PrivateFolder folder; // the library keeps them in a file
+    const std::string cache = folder.path() + "/sdr";
     const SdrContext sdr(ipmi_sdr_ctx_create());
     if (!sdr) {
         throw std::bad_alloc();
     }
     std::pair<size_t, const SdrProgress &> counter{0, progress};
     errno = 0;
-    if (ipmi_sdr_cache_create(sdr.get(), context_.get(), cache.path().c_str(), IPMI_SDR_CACHE_CREATE_FLAGS_DEFAULT,
+    if (ipmi_sdr_cache_create(sdr.get(), context_.get(), cache.c_str(), IPMI_SDR_CACHE_CREATE_FLAGS_DEFAULT,
                               report_record, &counter) != 0) {
         fail_with(sdr);
     }
     Bytes records;
     // Opened together with the session, the cache is compared with the repository's times of change.
-    if (ipmi_sdr_cache_open(sdr.get(), context_.get(), cache.path().c_str()) != 0 ||
+    if (ipmi_sdr_cache_open(sdr.get(), context_.get(), cache.c_str()) != 0 ||
         ipmi_sdr_cache_iterate(sdr.get(), append_record, &records) != 0) {
         fail_with(sdr);
     }
