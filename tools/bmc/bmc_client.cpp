@@ -1,6 +1,7 @@
 #include "tools/bmc/bmc_client.h"
 
 #include <condition_variable>
+#include <csignal>
 #include <deque>
 #include <mutex>
 #include <thread>
@@ -69,7 +70,11 @@ void BmcClient::talk(const std::shared_ptr<Talk> &talk) {
 
 BmcClient::BmcClient(Access access) : talk_(std::make_shared<Talk>()) {
     talk_->access = std::move(access);
+    sigset_t all, before; // signals are others' business
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
     std::thread([talk = talk_] { BmcClient::talk(talk); }).detach();
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 BmcClient::~BmcClient() {
