@@ -67,6 +67,7 @@ protected:
         ASSERT_EQ(init_listener(), 0);
         ASSERT_NE(rbuf = fe_read_buf_struct_ptr, nullptr);
         ASSERT_EQ(init_fault_processor(), 0);
+        ASSERT_NE(fe_write_buf_struct_ptr, nullptr);
     }
     // Has the interface return.
     void close() { closing.release(); }

@@ -154,6 +154,9 @@ void fe_logger(const char *format, ...) {
     va_start(arguments, format);
     vsnprintf(line, sizeof line, format, arguments);
     va_end(arguments);
+    if (world().on_log) {
+        world().on_log(line);
+    }
     const std::lock_guard guard(world().lock);
     if (world().keep_log) {
         world().log.emplace_back(line);
