@@ -105,15 +105,17 @@ FE_EXPORT void write_to_fe_file(struct fe_table_entry *first);
 FE_EXPORT int32_t remove_last_fe_table_entry(struct fe_table_entry **head, struct entity_id_node **entity_list);
 
 /*
- * Clears the older of two fault nodes with the same code under one entity instance. Broadcasts nothing; does nothing
- * when out of memory. Takes fe_table_mutex; the caller may hold fe_write_buf_mutex.
+ * Clears the older of two fault nodes with the same code under one entity instance, in the critical section that found
+ * them. Broadcasts nothing; does nothing when out of memory. Takes fe_table_mutex; the caller may hold
+ * fe_write_buf_mutex.
  */
 FE_EXPORT void cleanup_duplicate_events(void);
 
 /*
  * Asks each reporting sensor for its present state and clears the faults whose sensors no longer report them; storage
  * entities and sensors numbered above 255 are left alone. Broadcasts nothing; does nothing when out of memory.
- * Takes fe_table_mutex, but not across the sensor calls, which are slow; the caller does not hold it.
+ * Takes fe_table_mutex, but not across the sensor calls, which are slow; the caller does not hold it. A fault that has
+ * changed meanwhile is judged again before it is cleared.
  */
 FE_EXPORT void cleanup_deasserted_events(void);
 

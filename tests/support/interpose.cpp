@@ -72,6 +72,20 @@ UNINSTRUMENTED void *count_block(void *block, int change) {
     return block;
 }
 
+// Where the headers give a call another symbol, since times and file sizes are wider than the machine's words.
+UNINSTRUMENTED const char *symbol_of(const char *name) {
+#if defined(_TIME_BITS)
+    constexpr const char *wide[][2] = {
+        {"open", "open64"}, {"lockf", "lockf64"}, {"select", "__select64"}, {"fstat", "__fstat64_time64"}};
+    for (const auto &[narrow, symbol] : wide) {
+        if (strcmp(name, narrow) == 0) {
+            return symbol;
+        }
+    }
+#endif
+    return name;
+}
+
 // The next definition of the function, a sanitizer's or libc's; null while dlsym itself calls it.
 template <auto *function>
 UNINSTRUMENTED auto *next(const char *name) {
@@ -79,7 +93,7 @@ UNINSTRUMENTED auto *next(const char *name) {
     decltype(function) result = __atomic_load_n(&found, __ATOMIC_RELAXED);
     if (result == nullptr && !resolving) {
         resolving = true;
-        result = reinterpret_cast<decltype(function)>(dlsym(RTLD_NEXT, name));
+        result = reinterpret_cast<decltype(function)>(dlsym(RTLD_NEXT, symbol_of(name)));
         resolving = false;
         __atomic_store_n(&found, result, __ATOMIC_RELAXED);
     }
