@@ -64,11 +64,11 @@ void init_pair(pthread_mutex_t &mutex, pthread_mutexattr_t &mutex_attr, fe_share
     pthread_mutexattr_init(&mutex_attr);
     pthread_mutex_init(&mutex, &mutex_attr);
     pthread_condattr_init(&cond_attr);
-    pthread_cond_init(cond_of(cond), &cond_attr);
+    pthread_cond_init(fe_cond_of(&cond), &cond_attr);
 }
 
 void destroy_pair(pthread_mutex_t &mutex, fe_shared_cond &cond) {
-    pthread_cond_destroy(cond_of(cond));
+    pthread_cond_destroy(fe_cond_of(&cond));
     pthread_mutex_destroy(&mutex);
 }
 

@@ -6,11 +6,6 @@
 
 #include "fault_engine/fault_request.h"
 
-// The pthread calls want the type's own alignment, which the target's blocks do not keep; its glibc does not need it.
-inline pthread_cond_t *cond_of(fe_shared_cond &cond) {
-    return static_cast<pthread_cond_t *>(static_cast<void *>(&cond));
-}
-
 // A mutex and its condition, each with its attribute object at the defaults.
 void init_pair(pthread_mutex_t &mutex, pthread_mutexattr_t &mutex_attr, fe_shared_cond &cond,
                pthread_condattr_t &cond_attr);

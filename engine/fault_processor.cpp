@@ -30,7 +30,7 @@ bool take_request(const read_buffer_use &use, fe_read_buf &request) {
     fe_read_buf_struct *rbuf = use.buffer;
     pthread_mutex_lock(&rbuf->fe_read_buf_mutex);
     while (fe_flag(&fe_read_complete) == 0 && !is_stopping(use)) {
-        pthread_cond_wait(cond_of(rbuf->fe_read_buf_cond), &rbuf->fe_read_buf_mutex);
+        pthread_cond_wait(fe_cond_of(&rbuf->fe_read_buf_cond), &rbuf->fe_read_buf_mutex);
     }
     if (is_stopping(use)) {
         pthread_mutex_unlock(&rbuf->fe_read_buf_mutex);
@@ -42,7 +42,7 @@ bool take_request(const read_buffer_use &use, fe_read_buf &request) {
 
     pthread_mutex_lock(&rbuf->fe_read_wait_mutex);
     fe_set_flag(&fe_read_complete, 0);
-    pthread_cond_signal(cond_of(rbuf->fe_read_wait_cond));
+    pthread_cond_signal(fe_cond_of(&rbuf->fe_read_wait_cond));
     pthread_mutex_unlock(&rbuf->fe_read_wait_mutex);
     return true;
 }
@@ -77,7 +77,7 @@ void process_requests(const read_buffer_use &use, fe_write_buf_struct *wbuf) {
 // Releases whoever waits on the write buffer; no road uses it any more.
 void destroy_write_buffer_pair(fe_write_buf_struct *wbuf) {
     pthread_mutex_lock(&wbuf->fe_write_buf_mutex);
-    pthread_cond_broadcast(cond_of(wbuf->fe_write_buf_cond));
+    pthread_cond_broadcast(fe_cond_of(&wbuf->fe_write_buf_cond));
     pthread_mutex_unlock(&wbuf->fe_write_buf_mutex);
     destroy_pair(wbuf->fe_write_buf_mutex, wbuf->fe_write_buf_cond);
 }
@@ -86,7 +86,7 @@ void destroy_write_buffer_pair(fe_write_buf_struct *wbuf) {
 void leave_as_consumer(const read_buffer_use &use) {
     fe_read_buf_struct *rbuf = use.buffer;
     pthread_mutex_lock(&rbuf->fe_read_wait_mutex);
-    pthread_cond_broadcast(cond_of(rbuf->fe_read_wait_cond));
+    pthread_cond_broadcast(fe_cond_of(&rbuf->fe_read_wait_cond));
     pthread_mutex_unlock(&rbuf->fe_read_wait_mutex);
     leave_read_buffer(use);
 }

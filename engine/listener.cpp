@@ -23,7 +23,7 @@ read_buffer *new_read_buffer() {
 void stop_engine(fe_read_buf_struct *rbuf) {
     pthread_mutex_lock(&rbuf->fe_read_buf_mutex);
     fe_set_flag(&fe_not_running, 1);
-    pthread_cond_broadcast(cond_of(rbuf->fe_read_buf_cond));
+    pthread_cond_broadcast(fe_cond_of(&rbuf->fe_read_buf_cond));
     pthread_mutex_unlock(&rbuf->fe_read_buf_mutex);
 }
 
