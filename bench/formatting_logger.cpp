@@ -2,7 +2,7 @@
 #include <cstdio>
 
 #include "bench/logger.h"
-#include "platform/fe_core/fe_core.h"
+#include "platform/fe_core/fe_core_host.h"
 
 const bool logger::formats = true;
 
@@ -10,17 +10,19 @@ namespace {
 
 thread_local uint64_t lines_formatted;
 
+__attribute__((format(printf, 1, 0))) void format_line(const char *format, va_list arguments) {
+    thread_local char line[1024];
+    vsnprintf(line, sizeof line, format, arguments);
+    ++lines_formatted;
+}
+
+const bool installed = [] {
+    fe_core::hooks.log = format_line;
+    return true;
+}();
+
 } // namespace
 
 uint64_t logger::lines() {
     return lines_formatted;
-}
-
-void fe_logger(const char *format, ...) {
-    thread_local char line[1024];
-    va_list arguments;
-    va_start(arguments, format);
-    vsnprintf(line, sizeof line, format, arguments);
-    va_end(arguments);
-    ++lines_formatted;
 }

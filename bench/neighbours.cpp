@@ -3,16 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/entity_filter/entity_filter.h"
-#include "platform/fe_core/fe_core.h"
-#include "platform/ipmi_access/ipmi_access.h"
+#include "platform/entity_filter/entity_filter_host.h"
+#include "platform/fe_core/fe_core_host.h"
+#include "platform/ipmi_access/ipmi_access_host.h"
 #include "sel/sel_decode_area.h"
-
-int32_t fe_not_running;
-int32_t fe_read_complete;
-int32_t sel_init_complete;
-int32_t syslog_filter;
-int32_t fe_sdr_instance_array[256];
 
 namespace {
 
@@ -83,41 +77,9 @@ void describe(uint8_t number, uint8_t entity, uint8_t instance, uint8_t sensor_t
 
 } // namespace neighbours
 
-void fe_init_interface(fe_read_buf_struct *read_buffer) {
-    current.run_interface(read_buffer);
-}
+namespace {
 
-void fe_init_broadcaster() {
-    current.run_broadcaster();
-}
-
-void broadcast_fe_faults(fe_write_buf_struct *write_buffer) {
-    current.broadcast(*write_buffer->fe_write_buf);
-}
-
-void FEthreadSleep(int32_t, int32_t) {}
-
-#define HANDLER(name)                                               \
-    int32_t name(fe_read_buf *request, fe_write_buf_struct *wbuf) { \
-        return current.filter(request, wbuf->fe_write_buf);         \
-    }
-HANDLER(process_cpu_fault)
-HANDLER(process_drive_bp_fault)
-HANDLER(process_sys_board_fault)
-HANDLER(process_mem_fault)
-HANDLER(process_ps_fault)
-HANDLER(process_add_in_fault)
-HANDLER(process_front_panel_fault)
-HANDLER(process_chassis_fault)
-HANDLER(process_fan_fault)
-HANDLER(process_fw_bios_post_fault)
-HANDLER(process_nm_fault)
-HANDLER(process_pci_fault)
-HANDLER(process_storage_fault)
-HANDLER(process_plax_fault)
-HANDLER(process_cmc_fault)
-
-int32_t IPMI_SensorGetSensorData(int32_t sensor_number, uint32_t *record_type_word, sensor_data_record *sensor) {
+int32_t sensor_data(int32_t sensor_number, uint32_t *record_type_word, sensor_data_record *sensor) {
     const neighbours::Sensor &found = all_sensors[static_cast<uint8_t>(sensor_number)];
     if (!found.described) {
         return -1;
@@ -127,7 +89,7 @@ int32_t IPMI_SensorGetSensorData(int32_t sensor_number, uint32_t *record_type_wo
     return 0;
 }
 
-int32_t IPMI_SensorGetSensorReading(int32_t sensor_number, uint32_t *reading, uint32_t *status, uint32_t *state) {
+int32_t sensor_reading(int32_t sensor_number, uint32_t *reading, uint32_t *status, uint32_t *state) {
     const neighbours::Sensor &found = all_sensors[static_cast<uint8_t>(sensor_number)];
     *reading = 0;
     *status = 0;
@@ -135,22 +97,14 @@ int32_t IPMI_SensorGetSensorReading(int32_t sensor_number, uint32_t *reading, ui
     return found.described ? 0 : -1;
 }
 
-int32_t IPMI_SELHVDBSELAttach(sel_text_rec *) {
-    return 0;
-}
-
-int32_t IPMI_SELGetHVDBSELData(uint32_t, const sel_entry_fields *fields, sel_text_rec *text) {
+int32_t event_text(uint32_t, const sel_entry_fields *fields, sel_text_rec *text) {
     const neighbours::Sensor &sensor = all_sensors[fields->sensor_number & 0xFF];
     static_assert(sizeof sensor.event_text <= sizeof text->event);
     memcpy(text->event, sensor.event_text, sizeof sensor.event_text);
     return 0;
 }
 
-int32_t IPMI_SELHVDBSELDetach() {
-    return 0;
-}
-
-int32_t SELTotalSEL(uint32_t *first, int32_t, uint16_t *second, uint16_t *total) {
+int32_t sel_size(uint32_t *first, int32_t, uint16_t *second, uint16_t *total) {
     *first = 0;
     *second = 0;
     *total = static_cast<uint16_t>(sel.size());
@@ -158,7 +112,7 @@ int32_t SELTotalSEL(uint32_t *first, int32_t, uint16_t *second, uint16_t *total)
 }
 
 // A record's id is its place in the SEL, from 1.
-int32_t DecodeSel(void *decode_area, uint32_t, const void *chunk_request, uint32_t *decoded) {
+int32_t decode(void *decode_area, uint32_t, const void *chunk_request, uint32_t *decoded) {
     auto &area = *static_cast<sel_decode_area *>(decode_area);
     const auto &request = *static_cast<const sel_chunk_request *>(chunk_request);
     const size_t first = request.first_record_id - size_t{1};
@@ -172,11 +126,24 @@ int32_t DecodeSel(void *decode_area, uint32_t, const void *chunk_request, uint32
     return 0;
 }
 
-int32_t HVLGSELEntryToStr(const uint8_t *, int32_t, char *, uint16_t *, char *, uint8_t *, uint8_t *, uint8_t *,
-                          int32_t) {
-    return -1; // no extended records here
-}
+// No extended records here.
+const bool installed = [] {
+    fe_core::hooks.interface = [](fe_read_buf_struct *read_buffer) { current.run_interface(read_buffer); };
+    fe_core::hooks.broadcaster = [] { current.run_broadcaster(); };
+    fe_core::hooks.broadcast = [](fe_write_buf_struct *block) { current.broadcast(*block->fe_write_buf); };
+    entity_filter::hooks.fill = [](auto, auto, fe_read_buf *request, fe_write_buf_struct *block) {
+        return current.filter(request, block->fe_write_buf);
+    };
+    ipmi_access::hooks = {.sensor_data = sensor_data,
+                          .sensor_reading = sensor_reading,
+                          .attach = [](sel_text_rec *) { return 0; },
+                          .event_text = event_text,
+                          .detach = [] { return 0; },
+                          .sel_size = sel_size,
+                          .decode = decode,
+                          .extended_text = [](auto...) { return -1; },
+                          .date_text = [](auto...) { return -1; }};
+    return true;
+}();
 
-int32_t HVLGSELUnixToCTime(const char *, char *) {
-    return -1;
-}
+} // namespace

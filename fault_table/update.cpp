@@ -4,6 +4,7 @@
 #include "fault_table/storage_status.h"
 #include "fault_table/table.h"
 #include "fault_table/text_field.h"
+#include "fault_table/update.h"
 #include "fault_table/update_result.h"
 #include "platform/fe_core/fe_core.h"
 
@@ -70,7 +71,8 @@ bool create_branch(new_branch &branch, missing level, fe_write_buf &record) {
         return false;
     }
     record.vemoFaultOccur = 1;
-    *branch.entry = {.record = record, .next = nullptr};
+    branch.entry->record = record; // not by a whole new entry, which would go over the stack
+    branch.entry->next = nullptr;
     *branch.fault = {.fault_code = record.vemoFaultCode, .entry = branch.entry, .next = nullptr};
     if (branch.instance != nullptr) {
         *branch.instance = {.entity_instance = record.entity_instance, .fault_list = branch.fault, .next = nullptr};
@@ -165,7 +167,9 @@ int32_t clear_fault(const fault_position &position, fe_write_buf &record) {
     return changed;
 }
 
-int32_t change_table(fe_write_buf &record) {
+} // namespace
+
+int32_t change_fault_table(fe_write_buf &record) {
     fault_position at{};
     at.entity = find_entity(&entity_id_list_head_ptr, record.entity_id);
     if (entity_id_list_head_ptr == nullptr) {
@@ -198,8 +202,6 @@ int32_t change_table(fe_write_buf &record) {
     return clears(record) ? clear_fault(at, record) : update_fault(fault->entry, record);
 }
 
-} // namespace
-
 int32_t update_fe_database(fe_write_buf_struct *wbuf) {
     fe_write_buf &record = *wbuf->fe_write_buf;
     if (record.Previous_Fault_time == 0) {
@@ -207,7 +209,7 @@ int32_t update_fe_database(fe_write_buf_struct *wbuf) {
         copy_text(record.PreviousTimeOfEvent, record.TimeOfEvent);
     }
     pthread_mutex_lock(&fe_table_mutex);
-    const int32_t result = change_table(record);
+    const int32_t result = change_fault_table(record);
     pthread_mutex_unlock(&fe_table_mutex);
     return result;
 }

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <syslog.h>
 
+#include "base/output_area.h"
 #include "classify/event.h"
 #include "engine/buffers.h"
 #include "fault_engine/classify.h"
@@ -92,8 +93,8 @@ bool keeps_classified_instance(const sensor_data_record &sensor) {
 int32_t commit_sel_request(fe_read_buf *request, const sensor_data_record &sensor, const sel_text_rec &text) {
     static bool duplicates_swept; // guarded by fe_write_buf_mutex
 
-    buffer_use use;
-    fe_write_buf_struct *wbuf = enter_write_buffer(use);
+    const auto use = enter_buffer<fe_write_buf_struct>();
+    fe_write_buf_struct *wbuf = use.buffer;
     if (wbuf == nullptr) {
         return sel_result::no_write_buffer;
     }
@@ -127,9 +128,9 @@ int32_t process_sel_data(const uint8_t *sel_bytes) {
     }
 
     fe_read_buf request{};
-    uint32_t type = 0;
+    output_area<uint32_t> type{};
     sensor_data_record sensor{};
-    if (IPMI_SensorGetSensorData(record.sensor_number, &type, &sensor) != 0) {
+    if (IPMI_SensorGetSensorData(record.sensor_number, &type.value, &sensor) != 0) {
         return sel_result::no_sensor;
     }
     if (sensor.sensor_type != record.sensor_type) {
@@ -150,15 +151,15 @@ namespace {
 bool decode_all(sel_decode_area &area, sel_list_entry *list, uint16_t total) {
     const uint32_t chunks = (uint32_t{total} + sel_chunk_entries - 1) / sel_chunk_entries;
     const auto rest = static_cast<uint16_t>(total % sel_chunk_entries);
-    sel_chunk_request request = {.first_record_id = 1, .entries = sel_chunk_entries};
+    uint16_t next_record_id = 1;
     uint32_t decoded = 0;
     bool ok = true;
     for (uint32_t chunk = 1; chunk <= chunks; ++chunk) {
+        const bool is_rest = chunk == chunks && rest != 0;
+        output_area<sel_chunk_request> request{}; // afresh for each chunk: the decoder may use it for itself
+        request.value = {.first_record_id = next_record_id, .entries = is_rest ? rest : sel_chunk_entries};
         area.request = 4;
-        if (chunk == chunks && rest != 0) {
-            request.entries = rest;
-        }
-        if (DecodeSel(&area, sel_decode_area_size, &request, &area.decoded_last) != 0) {
+        if (DecodeSel(&area, sel_decode_area_size, &request.value, &area.decoded_last) != 0) {
             ok = false;
             break;
         }
@@ -168,7 +169,7 @@ bool decode_all(sel_decode_area &area, sel_list_entry *list, uint16_t total) {
         if (area.next_record_id == sel_end_of_log) {
             break;
         }
-        request.first_record_id = area.next_record_id;
+        next_record_id = area.next_record_id;
     }
     area.decoded_total = decoded;
     return ok;
@@ -187,11 +188,12 @@ int32_t process_all(const sel_list_entry *list, uint32_t count) {
 
 int32_t populate_all_sel_events(void) {
     sel_decode_area area{};
-    uint16_t unused = 0;
-    uint16_t total = 0;
-    if (SELTotalSEL(&area.total_first, 0, &unused, &total) != 0) {
+    output_area<uint16_t> unused{};
+    output_area<uint16_t> reported{};
+    if (SELTotalSEL(&area.total_first, 0, &unused.value, &reported.value) != 0) {
         return sel_result::no_sel_size;
     }
+    const uint16_t total = reported.value;
     if (total == 0) {
         return 0;
     }

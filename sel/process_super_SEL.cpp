@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/output_area.h"
 #include "classify/event.h"
 #include "engine/buffers.h"
 #include "fault_engine/classify.h"
@@ -92,17 +93,18 @@ fe_read_buf request_for(const sensor_data_record &sensor) {
 
 // Makes the text of a record that the SEL library does not hold. False when its formatting fails.
 bool make_text(const sel_record &record, int32_t sensor_number, sel_text_rec &text) {
-    char timestamp[32] = {};
-    char date[32] = {};
-    char event[256] = {};
-    uint16_t timestamp_length = sizeof timestamp;
-    uint8_t flag_1 = 0;
-    uint8_t flag_2 = 0;
-    uint8_t work[68] = {};
-    if (HVLGSELEntryToStr(reinterpret_cast<const uint8_t *>(&record), 0, timestamp, &timestamp_length, event, &flag_1,
-                          &flag_2, work, sensor_number) != 0) {
+    alignas(4) char timestamp[32] = {};
+    alignas(4) char date[32] = {};
+    alignas(4) char event[256] = {};
+    alignas(4) uint8_t work[68] = {};
+    output_area<uint16_t> length{.value = sizeof timestamp, .spare = {}};
+    output_area<uint8_t> flag_1{};
+    output_area<uint8_t> flag_2{};
+    if (HVLGSELEntryToStr(reinterpret_cast<const uint8_t *>(&record), 0, timestamp, &length.value, event, &flag_1.value,
+                          &flag_2.value, work, sensor_number) != 0) {
         return false;
     }
+    const uint16_t timestamp_length = length.value;
     terminate(timestamp);
     HVLGSELUnixToCTime(timestamp, date);
 
@@ -112,7 +114,7 @@ bool make_text(const sel_record &record, int32_t sensor_number, sel_text_rec &te
     if (timestamp_length > 1) {
         memcpy(text.timestamp, timestamp, std::min<size_t>(strlen(timestamp), timestamp_length - 1U));
     }
-    text.flag = flag_2;
+    text.flag = flag_2.value;
     copy_text(text.event, event);
     text.event_length = static_cast<uint32_t>(strlen(text.event));
     return true;
@@ -149,8 +151,8 @@ int32_t process_super_sel_data(const uint8_t *sel_bytes) {
     }
     settle_after_bios_post(request.sensor_name, request);
 
-    buffer_use use;
-    fe_write_buf_struct *wbuf = enter_write_buffer(use);
+    const auto use = enter_buffer<fe_write_buf_struct>();
+    fe_write_buf_struct *wbuf = use.buffer;
     if (wbuf == nullptr) {
         return sel_result::no_write_buffer;
     }

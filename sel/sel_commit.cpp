@@ -39,15 +39,14 @@ void commit_request(sel_road road, fe_read_buf *request, fe_write_buf_struct *wb
         complete_record(wbuf->fe_write_buf);
         result = update_fe_database(wbuf);
     }
-    const bool started = fe_flag(&sel_init_complete) != 0;
-    if (started && !duplicates_swept) {
+    if (fe_flag(&sel_init_complete) != 0 && !duplicates_swept) {
         cleanup_duplicate_events();
         duplicates_swept = true;
     }
     if (road == sel_road::ordinary) {
         fe_logger("Exited update_fe_database err= %d\n", result);
     }
-    if (started) {
+    if (fe_flag(&sel_init_complete) != 0) {
         broadcast_record(wbuf, result);
     }
     clear_record(wbuf->fe_write_buf);

@@ -84,22 +84,22 @@ EngineSession::EngineSession(const EngineOptions &options, std::chrono::millisec
     redirect_engine_files(options.file_directory);
     fe_core::log_to(log_.get());
     fe_core::limit_pauses(options.real_time ? std::chrono::milliseconds::max() : longest_pause);
-    fe_core::on_broadcast(show_broadcast);
-    entity_filter::set_sensor_rank(ipmi_access::sensor_rank);
+    fe_core::hooks.broadcast = show_broadcast;
+    entity_filter::hooks.sensor_rank = ipmi_access::sensor_rank;
     watch_engine([] { session->progress_.step(); });
 }
 
 EngineSession::~EngineSession() {
     fe_core::log_to(nullptr);
-    fe_core::on_broadcast(nullptr);
+    fe_core::hooks.broadcast = nullptr;
     session = nullptr;
 }
 
-void EngineSession::show_broadcast(const fe_write_buf &record) {
+void EngineSession::show_broadcast(fe_write_buf_struct *write_buffer) {
     session->progress_.erase();
     if (session->lines_++ == 0)
         session->list_.print_change_header();
-    session->list_.print_change(record, change_word(change_in_hand()));
+    session->list_.print_change(*write_buffer->fe_write_buf, change_word(change_in_hand()));
 }
 
 void EngineSession::print_end(const RequestsSeen *requests) {

@@ -35,7 +35,7 @@ private:
         void operator()(FILE *file) const { fclose(file); }
     };
 
-    static void show_broadcast(const fe_write_buf &record);
+    static void show_broadcast(fe_write_buf_struct *write_buffer);
     void report_failed_files();
 
     std::string log_path_;

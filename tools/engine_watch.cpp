@@ -133,7 +133,7 @@ bool begin_record() {
 void watch_engine(void (*after_record)()) {
     record_done = after_record;
     fe_core::observe_log(observe);
-    entity_filter::set_clock(time_in_hand);
+    entity_filter::hooks.clock = time_in_hand;
 }
 
 Change change_in_hand() {

@@ -46,6 +46,22 @@ struct entity_id_node {
     struct entity_id_node *next;
 };
 
+/* The records lie where they do on all machines; the other nodes hold pointers, and are as below on the target. */
+FE_AT(fe_table_entry, record, 0);
+FE_AT(fe_table_entry, next, 960);
+FE_AT(fault_node, fault_code, 0);
+FE_AT(entity_instance_node, entity_instance, 0);
+FE_AT(entity_id_node, entity_id, 0);
+#if defined(__arm__) && defined(__GLIBC__)
+static_assert(sizeof(struct fe_table_entry) == 964, "fe_table_entry is 964 bytes");
+FE_AT(fault_node, entry, 4);
+FE_AT(fault_node, next, 8);
+FE_AT(entity_instance_node, fault_list, 4);
+FE_AT(entity_instance_node, next, 8);
+FE_AT(entity_id_node, instance_list, 4);
+FE_AT(entity_id_node, next, 8);
+#endif
+
 struct sensor_data_record; /* sel.h */
 
 #ifdef __cplusplus

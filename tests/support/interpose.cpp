@@ -6,7 +6,6 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdarg>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -23,6 +22,7 @@
 #include <unistd.h>
 
 #include "fault_engine/fault_table.h"
+#include "tools/engine_files.h"
 
 #define UNINSTRUMENTED __attribute__((no_sanitize("address", "thread", "undefined")))
 
@@ -36,8 +36,6 @@ struct Arm {
 constinit thread_local std::array<Arm, static_cast<int>(Call::file) + 1> arms = {}; // by Call
 constinit thread_local bool resolving = false;                                      // inside dlsym, which may allocate
 std::atomic<int> failed;
-
-const SandboxPaths *sandbox; // null: none
 
 std::mutex destroyed_lock;
 // Stays for good: the end of the process destroys, too.
@@ -112,12 +110,6 @@ UNINSTRUMENTED void *allocate(Function *function, Sizes... sizes) {
     return count_block(function(sizes...), 1);
 }
 
-// Of the files that the engine opens by these paths.
-UNINSTRUMENTED bool is_redirected(const char *path) {
-    return strcmp(path, "/tmp/fe_table.entry") == 0 || strcmp(path, "/tmp/fe_table.sz") == 0 ||
-           strcmp(path, "/var/stor_stat") == 0 || strcmp(path, "/var/SA_vSEL_FIFO") == 0;
-}
-
 std::string file_at(int descriptor) {
     std::error_code ignored;
     const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
@@ -153,6 +145,19 @@ void *run_body(void *body) {
     return (*std::unique_ptr<std::function<void *()>>(static_cast<std::function<void *()> *>(body)))();
 }
 
+int note_open(const char *path, int flags, mode_t mode) {
+    trace([=] { return words_of_open(path, flags, mode); });
+    return is_to_fail(Call::open) ? EMFILE : 0;
+}
+
+constexpr char no_folder[] = "/dev/null"; // in which there is no file
+
+const bool installed = [] {
+    before_open = note_open;
+    redirect_engine_files(no_folder);
+    return true;
+}();
+
 } // namespace
 
 extern "C" {
@@ -170,28 +175,6 @@ UNINSTRUMENTED void free(void *block) noexcept {
     if (function != nullptr) {
         function(count_block(block, -1));
     }
-}
-
-UNINSTRUMENTED int open(const char *path, int flags, ...) {
-    mode_t mode = 0;
-    if ((flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE) {
-        va_list arguments;
-        va_start(arguments, flags);
-        mode = va_arg(arguments, mode_t);
-        va_end(arguments);
-    }
-    trace([=] { return words_of_open(path, flags, mode); });
-    if (is_to_fail(Call::open)) {
-        return refuse(EMFILE);
-    }
-    if (!is_redirected(path)) {
-        return NEXT(open)(path, flags, mode);
-    }
-    if (sandbox == nullptr) {
-        return refuse(ENOENT);
-    }
-    const Disarmed disarmed;
-    return NEXT(open)(sandbox->path(strrchr(path, '/') + 1).c_str(), flags, mode);
 }
 
 UNINSTRUMENTED int lockf(int descriptor, int command, off_t length) {
@@ -283,18 +266,18 @@ void cleanup_duplicate_events() {
 
 // Before main: a sanitizer in the middle of a report opens files, and there dlsym would never return.
 __attribute__((constructor)) static void find_next_definitions() {
-    NEXT(open), NEXT(lockf), NEXT(write), NEXT(read), NEXT(fsync), NEXT(close), NEXT(calloc), NEXT(pthread_create);
+    NEXT(lockf), NEXT(write), NEXT(read), NEXT(fsync), NEXT(close), NEXT(calloc), NEXT(pthread_create);
 }
 
 SandboxPaths::SandboxPaths() : dir_(std::filesystem::temp_directory_path() / "fault_engine_XXXXXX") {
     if (mkdtemp(dir_.data()) == nullptr) {
         abort();
     }
-    sandbox = this;
+    redirect_engine_files(dir_);
 }
 
 SandboxPaths::~SandboxPaths() {
-    sandbox = nullptr;
+    redirect_engine_files(no_folder);
     std::error_code ignored;
     std::filesystem::remove_all(dir_, ignored);
 }
