@@ -40,6 +40,11 @@ static int open_fifo(void) {
     return fifo < 0 ? fail(fifo_path, errno) : fifo;
 }
 
+/* One write for each record, so that the reader never sees a part of one. */
+static int write_record(int fifo, const struct sel_record *record) {
+    return write(fifo, record, sizeof *record) == (ssize_t)sizeof *record ? 0 : fail(fifo_path, errno);
+}
+
 static void *sel_thread(void *unused) {
     init_database();
     return unused;
@@ -75,15 +80,17 @@ static int start_engine(void) {
     return error == 0 ? 0 : fail("SEL thread", error);
 }
 
-/* fe_init_interface() returns, the listener stops the engine; the write wakes the reader of the FIFO to see it. */
+/*
+ * fe_init_interface() returns, and the listener stops the engine; a write wakes the reader of the FIFO, which returns. What
+ * it is woken by may stay in the FIFO until the next start, so it is a whole record, of a sensor type that is ignored.
+ */
 static void stop_engine(int fifo) {
     close(request_pipe[1]);
     pthread_join(fe_listener_thread_id, NULL);
     pthread_join(fe_broadcaster_thread_id, NULL);
     pthread_join(fe_fault_processor_thread_id, NULL);
-    if (write(fifo, "", 1) != 1) {
-        fail(fifo_path, errno);
-    }
+    const struct sel_record wake_up = {.record_type = 2, .sensor_type = 0x10};
+    write_record(fifo, &wake_up);
     pthread_join(sel_thread_id, NULL);
     close(request_pipe[0]);
 }
@@ -99,7 +106,7 @@ static int send_request(void) {
     return write(request_pipe[1], &request, sizeof request) == (ssize_t)sizeof request ? 0 : fail("request", errno);
 }
 
-/* The same fault, as the log tells it: upper critical threshold, going high. One write for each record. */
+/* The same fault, as the log tells it: upper critical threshold, going high. */
 static int send_record(int fifo) {
     const struct sel_record record = {.record_id = {1, 0},
                                       .record_type = 2,
@@ -108,7 +115,7 @@ static int send_record(int fifo) {
                                       .sensor_number = 2,
                                       .event_dir_type = 1,
                                       .event_data = {0x59, 0, 0}};
-    return write(fifo, &record, sizeof record) == (ssize_t)sizeof record ? 0 : fail("record", errno);
+    return write_record(fifo, &record);
 }
 
 static void await_broadcast(void) {

@@ -116,10 +116,10 @@ int32_t IPMI_SensorGetSensorData(int32_t sensor_number, uint32_t *record_type_wo
     return 0;
 }
 
-/* Bit 9 of the state: the upper critical threshold, so the stale pass finds the fault still there. */
+/* Bit 4 of the state: above the upper critical threshold, so the clean-up passes find the fault still there. */
 int32_t IPMI_SensorGetSensorReading(int32_t sensor_number, uint32_t *reading, uint32_t *status, uint32_t *state) {
     *reading = *status = 0;
-    *state = 1U << 9;
+    *state = 1U << 4;
     return sensor_number == 2 ? 0 : -1;
 }
 
