@@ -98,9 +98,9 @@ TEST_F(FaultTable, OldestEntryGoesUnlessItsNodeIsMissing) {
 TEST_F(FaultTable, StalePassClearsOnlyWhatItJudged) {
     const Fault fault = {3, 1, 5, FE_SEVERITY_MAJOR, 0, 9};
     const std::vector<std::vector<Fault>> meanwhile = {
-        {fault},                                                // raised again
-        {{3, 1, 6, FE_SEVERITY_MAJOR, 5, 10}},                  // another sensor's by now
-        {{3, 1, 5, FE_SEVERITY_CLEARED}, fault},                // over, and then the same to the last byte
+        {fault},                                 // raised again
+        {{3, 1, 6, FE_SEVERITY_MAJOR, 5, 10}},   // another sensor's by now
+        {{3, 1, 5, FE_SEVERITY_CLEARED}, fault}, // over, and then the same to the last byte
         {{3, 1, 5, FE_SEVERITY_CLEARED}, {3, 1, 6}, fault},
     };
     for (const auto &changes : meanwhile) {

@@ -56,6 +56,14 @@ int32_t handle(const char *handler, fe_read_buf *request, fe_write_buf_struct *w
     return 0;
 }
 
+// Closed libraries write whole words, or two, where less is agreed; what is behind a smaller area would be lost.
+void spoil(void *output) {
+    if (reinterpret_cast<uintptr_t>(output) % 4 != 0) {
+        abort();
+    }
+    memset(output, 0xA5, 8);
+}
+
 // The text without its NUL if it has no room for that.
 template <size_t Size>
 void put_text(char *field, std::string text) {
@@ -172,7 +180,7 @@ int32_t sensor_data(int32_t sensor_number, uint32_t *type, sensor_data_record *d
     if (answer.fails || found == world().sensors.end()) {
         return -1;
     }
-    *type = 1;
+    spoil(type);
     *data = found->second;
     return 0;
 }
@@ -184,7 +192,9 @@ int32_t sensor_reading(int32_t sensor_number, uint32_t *reading, uint32_t *statu
     if (answer.fails || found == world().readings.end()) {
         return -1;
     }
-    *reading = *status = ~found->second; // nobody may take these for the state
+    for (uint32_t *const output : {reading, status, current}) {
+        spoil(output); // nobody may take the first two for the state
+    }
     *current = found->second;
     return 0;
 }
@@ -211,8 +221,9 @@ int32_t detach() {
 
 int32_t sel_size(uint32_t *first, int32_t, uint16_t *second, uint16_t *total) {
     const Answer answer("SELTotalSEL", is_to_fail(Call::neighbour));
-    *first = 0;
-    *second = 0;
+    for (void *const output : {static_cast<void *>(first), static_cast<void *>(second), static_cast<void *>(total)}) {
+        spoil(output);
+    }
     *total = static_cast<uint16_t>(world().sel.size());
     return answer.fails ? -1 : world().total_result;
 }
@@ -223,6 +234,7 @@ int32_t decode(void *area, uint32_t size, const void *request, uint32_t *decoded
     Answer answer("DecodeSel", is_to_fail(Call::neighbour));
     uint16_t words[2];
     memcpy(words, request, sizeof words);
+    memset(const_cast<void *>(request), 0xFF, sizeof words); // it may serve as scratch
     const auto [start, count] = words;
     world().chunk_requests.emplace_back(start, count);
     if (answer.fails || size != kSize || memcmp(area, &kRequestWord, sizeof kRequestWord) != 0) {
@@ -245,6 +257,14 @@ int32_t decode(void *area, uint32_t size, const void *request, uint32_t *decoded
 int32_t extended_text(const uint8_t *, int32_t, char *timestamp, uint16_t *timestamp_length, char *event,
                       uint8_t *flag_1, uint8_t *flag_2, uint8_t *work, int32_t sensor_number) {
     Answer answer("HVLGSELEntryToStr", is_to_fail(Call::neighbour));
+    const uint16_t room = *timestamp_length;
+    for (void *const output : std::initializer_list<void *>{timestamp_length, flag_1, flag_2, timestamp, event, work}) {
+        spoil(output);
+    }
+    *timestamp_length = room;
+    *flag_1 = *flag_2 = 0;
+    memset(timestamp, 0, 8);
+    memset(event, 0, 8);
     work[67] = 1;
     if (answer.fails) {
         return -1;
