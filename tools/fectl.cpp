@@ -23,6 +23,8 @@ struct Command {
 constexpr Command commands[] = {
     {"replay", "What the engine makes of captured event logs: every fault, every change, and what became no fault",
      prepare_replay},
+    {"explain", "How faults came about: each record that made, repeated, changed or cleared them", prepare_explain},
+    {"diff", "What is new, gone, worse or better between two captures or table folders", prepare_diff},
     {"table", "The fault table that an engine has published", prepare_table},
     {"serve", "The engine, running, until SIGINT, SIGTERM or SIGHUP", prepare_serve},
     {"request", "Sends a running engine one fault request", prepare_request},

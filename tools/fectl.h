@@ -27,7 +27,9 @@ enum ExitCode { exit_ok = 0, exit_failed = 1, exit_refused = 2, exit_fault_found
 
 // Adds the options of a subcommand and returns what to do once they are parsed; that returns an exit code.
 using Run = std::function<int()>;
+Run prepare_diff(CLI::App &app);
 Run prepare_event(CLI::App &app);
+Run prepare_explain(CLI::App &app);
 Run prepare_fetch(CLI::App &app); // where FE_BMC is built
 Run prepare_replay(CLI::App &app);
 Run prepare_request(CLI::App &app);

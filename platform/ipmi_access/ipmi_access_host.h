@@ -1,11 +1,9 @@
-// What the host program tells the SEL and sensor access library's stand-in: which captured pair of files to serve.
-// Loading comes before the engine starts; from then on everything is only read, by any thread.
+// What the host program tells the SEL and sensor access library's stand-in: who answers, and which captured pair of files
+// to serve. All of it comes before the engine starts; from then on everything is only read, by any thread.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -14,7 +12,23 @@
 #include "platform/ipmi_access/readings.h"
 #include "platform/ipmi_access/sdr_dump.h"
 
+#include "platform/ipmi_access/ipmi_access.h"
+
 namespace ipmi_access {
+
+// What answers the library's functions, each in its place: the captures loaded below, until somebody says otherwise.
+struct Hooks {
+    decltype(&IPMI_SensorGetSensorData) sensor_data;
+    decltype(&IPMI_SensorGetSensorReading) sensor_reading;
+    decltype(&IPMI_SELHVDBSELAttach) attach;
+    decltype(&IPMI_SELGetHVDBSELData) event_text;
+    decltype(&IPMI_SELHVDBSELDetach) detach;
+    decltype(&SELTotalSEL) sel_size;
+    decltype(&DecodeSel) decode;
+    decltype(&HVLGSELEntryToStr) extended_text;
+    decltype(&HVLGSELUnixToCTime) date_text;
+};
+extern Hooks hooks;
 
 // What is wrong with a file, in one line: "<file>: offset <n>: <what>", or "<file>: line <n>: <what>".
 struct CaptureError : std::runtime_error {
@@ -26,8 +40,6 @@ struct Capture {
     Sensors sensors{};
     std::vector<sel_record> records; // the SEL, in order
     Readings readings;               // present states of sensors; one without cannot be read
-    // When set, asked instead: the present state of a sensor, by any thread; nothing when it cannot be read.
-    std::function<std::optional<uint32_t>(const Sensor &sensor)> read_sensor;
 };
 
 // From now on the engine meets this server.

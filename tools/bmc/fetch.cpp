@@ -25,24 +25,22 @@ std::string bytes_of(const std::vector<sel_record> &records) {
     return {reinterpret_cast<const char *>(records.data()), records.size() * sizeof(sel_record)};
 }
 
-// A line as replay takes it, with the name for people.
-std::string state_line(const ipmi_access::Sensor &sensor, std::optional<uint32_t> state, const std::string &why) {
-    char numbers[32];
-    if (state) {
-        snprintf(numbers, sizeof numbers, "0x%02x 0x%04x", sensor.number, *state);
-    } else {
-        snprintf(numbers, sizeof numbers, "# 0x%02x", sensor.number);
+// A line as "ipmi-sensors --output-event-bitmask" prints it.
+std::string sensor_line(const ipmi_access::Sensor &sensor, std::optional<uint16_t> states) {
+    char type[8], event[8] = "N/A";
+    snprintf(type, sizeof type, "0x%02x", sensor.sensor_type);
+    if (states) {
+        snprintf(event, sizeof event, "%04xh", *states);
     }
-    return numbers + ("  # " + sensor.label) + (state ? "" : ": " + why) + "\n";
+    return std::to_string(sensor.number) + " | " + sensor.label + " | " + type + " | N/A | N/A | " + event + "\n";
 }
 
-std::string read_states(BmcClient &client, const ipmi_access::Sensors &sensors) {
-    std::string lines = "# present states of the sensors: number, state bits\n";
+std::string read_sensors(BmcClient &client, const ipmi_access::Sensors &sensors) {
+    std::string lines = "ID | Name | Type | Reading | Units | Event\n";
     for (const auto &sensor : sensors) {
         if (sensor) {
             std::string why;
-            const std::optional<uint32_t> state = read_state(client, *sensor, why);
-            lines += state_line(*sensor, state, why);
+            lines += sensor_line(*sensor, read_states(client, *sensor, why));
         }
     }
     return lines;
@@ -71,14 +69,13 @@ std::string file_name(const FetchOptions &chosen) {
 void fetch_server(BmcClient &client, const std::string &files) {
     SelFollower follower;
     const Server server = read_server(client, follower);
-    const ipmi_access::Sensors sensors = ipmi_access::parse_sdr_dump(server.sdr, files + ".sdr");
-    const std::string states = read_states(client, sensors);
+    ipmi_access::Warnings warnings = server.sel.remarks;
+    const ipmi_access::Sensors sensors = ipmi_access::parse_sdr_dump(server.sdr, files + ".sdr", warnings);
+    const std::string states = read_sensors(client, sensors);
     write_file(files + ".sdr", {server.sdr.begin(), server.sdr.end()});
     write_file(files + ".sel", bytes_of(server.sel.records));
     write_file(files + ".sensors", states);
-    for (const std::string &remark : server.sel.remarks) {
-        warn(remark);
-    }
+    std::ranges::for_each(warnings, warn);
 }
 
 int fetch(const FetchOptions &chosen) {

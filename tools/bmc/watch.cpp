@@ -41,7 +41,7 @@ struct WatchOptions {
     BmcOptions bmc;
     EngineOptions engine;
     ViewOptions view;
-    std::string state_file, fail_on;
+    std::string state_file;
     unsigned interval_s = 5;
     bool once = false;
 };
@@ -126,7 +126,8 @@ public:
 private:
     void read_start();
     void serve_start();
-    std::optional<uint32_t> read_sensor(const ipmi_access::Sensor &sensor);
+    static int32_t read_for_engine(int32_t number, uint32_t *reading, uint32_t *status, uint32_t *state);
+    std::optional<uint16_t> read_sensor(const ipmi_access::Sensor &sensor);
     void follow(Road &road, const LiveEngine &engine);
     milliseconds look(Road &road);
     void connect_again();
@@ -134,7 +135,8 @@ private:
     void drain(Road &road, milliseconds longest);
     void keep_place(Road &road) const;
     void say(const std::string &text) const;
-    int exit_code(const story::Ending &ending, bool all_well) const;
+
+    static Watch *running_; // whom the engine's SEL thread asks for readings
 
     const WatchOptions &chosen_;
     BmcClient &client_;
@@ -172,7 +174,11 @@ void Watch::read_start() {
 // What was told before goes through the walk again; what is new since then goes down the live road.
 void Watch::serve_start() {
     ipmi_access::Capture capture;
-    capture.sensors = ipmi_access::parse_sdr_dump(server_.sdr, chosen_.bmc.access.host + ": sensor data records");
+    ipmi_access::Warnings warnings;
+    capture.sensors = ipmi_access::parse_sdr_dump(server_.sdr, "sensor data records", warnings);
+    for (const std::string &warning : warnings) {
+        say(warning);
+    }
     capture.records = follower_.place().log;
     if (place_before_) {
         std::erase_if(capture.records, [this](const sel_record &record) {
@@ -181,16 +187,31 @@ void Watch::serve_start() {
     } else {
         server_.sel.records.clear();
     }
-    capture.read_sensor = [this](const ipmi_access::Sensor &sensor) { return read_sensor(sensor); };
     ipmi_access::serve(std::move(capture));
+    running_ = this;
+    ipmi_access::hooks.sensor_reading = read_for_engine;
 }
 
-std::optional<uint32_t> Watch::read_sensor(const ipmi_access::Sensor &sensor) {
+Watch *Watch::running_ = nullptr;
+
+int32_t Watch::read_for_engine(int32_t number, uint32_t *reading, uint32_t *status, uint32_t *state) {
+    const ipmi_access::Sensor *sensor = ipmi_access::find_sensor(static_cast<uint32_t>(number));
+    const std::optional<uint16_t> states = sensor != nullptr ? running_->read_sensor(*sensor) : std::nullopt;
+    if (!states) {
+        return -1;
+    }
+    *reading = 0;
+    *status = 0;
+    *state = ipmi_access::state_word(*sensor, *states);
+    return 0;
+}
+
+std::optional<uint16_t> Watch::read_sensor(const ipmi_access::Sensor &sensor) {
     std::string why;
     try {
-        if (const std::optional<uint32_t> state = read_state(client_, sensor, why)) {
+        if (const std::optional<uint16_t> states = read_states(client_, sensor, why)) {
             unreadable_.erase(sensor.number);
-            return state;
+            return states;
         }
     } catch (const BmcError &error) {
         why = error.what();
@@ -267,16 +288,6 @@ void Watch::keep_place(Road &road) const {
     }
 }
 
-int Watch::exit_code(const story::Ending &ending, bool all_well) const {
-    const auto is_bad = [this](const story::Fault &fault) {
-        return !chosen_.fail_on.empty() && fault.severity >= cli::parse_severity("--fail-on", chosen_.fail_on);
-    };
-    if (!all_well) {
-        return exit_failed;
-    }
-    return std::ranges::any_of(ending.active, is_bad) ? exit_fault_found : exit_ok;
-}
-
 int Watch::run() {
     read_start();
     serve_start();
@@ -307,7 +318,7 @@ int Watch::run() {
     keep_place(road);
     const story::Ending ending = engine_ending();
     view->end(ending, nullptr);
-    return exit_code(ending, session.files_are_good() && !gave_up);
+    return session.files_are_good() && !gave_up ? exit_code(chosen_.view, ending.active) : exit_failed;
 }
 
 int watch(const WatchOptions &chosen) {
@@ -342,13 +353,6 @@ Run prepare_watch(CLI::App &app) {
     cli::add_number(app, "--interval", chosen->interval_s, 1, 50,
                     "seconds from one look at the log to the next (default: 5)");
     app.add_flag("--once", chosen->once, "end after the start-up walk, with the active faults");
-    app.add_option("--fail-on", chosen->fail_on,
-                   "at the end, exit code 3 if a fault of that severity or above is active")
-        ->type_name("SEVERITY")
-        ->check([](const std::string &word) {
-            cli::parse_severity("--fail-on", word);
-            return std::string();
-        });
     auto *state =
         cli::add_file(app, "--state", chosen->state_file,
                       "keep the place in the log there: what one watch has told, the next does not tell again");
@@ -356,5 +360,6 @@ Run prepare_watch(CLI::App &app) {
     add_engine_options(app, chosen->engine,
                        "keep the engine's files there (default: in a folder that goes at the end)");
     add_view_options(app, chosen->view);
+    add_refused_option(app, chosen->view);
     return [chosen] { return watch(*chosen); };
 }
