@@ -13,7 +13,13 @@
 namespace bmc {
 namespace {
 
-constexpr unsigned repeat_after_ms = 1000;
+// What the library waits in all, and before it repeats a question, which has to be less.
+unsigned timeout_ms(const Access &access) {
+    return access.timeout_s * 1000;
+}
+unsigned repeat_after_ms(const Access &access) {
+    return std::min(1000U, timeout_ms(access) / 2);
+}
 
 struct CloseContext {
     void operator()(ipmi_ctx_t context) const {
@@ -165,14 +171,14 @@ bool is_about_the_suite(int error) {
 
 int open_lanplus(ipmi_ctx_t context, const Access &access, uint8_t suite) {
     return ipmi_ctx_open_outofband_2_0(context, with_port(access).c_str(), access.user.c_str(), access.password.c_str(),
-                                       nullptr, 0, access.privilege, suite, access.timeout_s * 1000, repeat_after_ms,
+                                       nullptr, 0, access.privilege, suite, timeout_ms(access), repeat_after_ms(access),
                                        access.workarounds, IPMI_FLAGS_DEFAULT);
 }
 
 int open_lan(ipmi_ctx_t context, const Access &access) {
     return ipmi_ctx_open_outofband(context, with_port(access).c_str(), access.user.c_str(), access.password.c_str(),
-                                   IPMI_AUTHENTICATION_TYPE_MD5, access.privilege, access.timeout_s * 1000,
-                                   repeat_after_ms, access.workarounds, IPMI_FLAGS_DEFAULT);
+                                   IPMI_AUTHENTICATION_TYPE_MD5, access.privilege, timeout_ms(access),
+                                   repeat_after_ms(access), access.workarounds, IPMI_FLAGS_DEFAULT);
 }
 
 struct Workaround {

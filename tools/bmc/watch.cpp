@@ -310,6 +310,7 @@ int Watch::run() {
     while (fe_flag(&sel_init_complete) == 0 && !engine.has_given_up() && !stop_.sleep(milliseconds(10))) {
     }
     if (!chosen_.once) {
+        fprintf(stderr, "ready: %s, %zu SEL records\n", chosen_.bmc.access.host.c_str(), follower_.place().log.size());
         follow(road, engine);
     }
     const bool gave_up = engine.has_given_up();
