@@ -67,7 +67,7 @@ void add_bmc_options(CLI::App &app, BmcOptions &options) {
     cli::add_number(app, "-C", options.suite, 0, 17, "the cipher suite (default: 17, and 3 where that is refused)");
     app.add_option("-I", options.interface, "lanplus (IPMI 2.0; the default) or lan (IPMI 1.5)")
         ->type_name("WORD")
-        ->check(CLI::IsMember({"lan", "lanplus"}));
+        ->check(cli::one_of({"lan", "lanplus"}));
     app.add_option("--workaround", options.workarounds, "for BMCs with faults, as in FreeIPMI: opensesspriv, ...")
         ->type_name("LIST");
     cli::add_number(app, "--timeout", options.access.timeout_s, 1, 60, "seconds to wait for an answer (default: 10)");
