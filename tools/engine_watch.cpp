@@ -75,10 +75,11 @@ void tell_update(const story::FaultHistory::Update &update) {
     constexpr size_t story::Totals::*by_kind[] = {&story::Totals::created, &story::Totals::repeated,
                                                   &story::Totals::cleared};
     const Origin origin = in_hand.record ? Origin::record : Origin::request;
-    tell({update.kind, origin, is_live(), in_hand.record, update.before ? &*update.before : nullptr, &update.after},
+    const bool live = origin == Origin::request || is_live();
+    tell({update.kind, origin, live, in_hand.record, update.before ? &*update.before : nullptr, &update.after},
          by_kind[static_cast<size_t>(update.kind)]);
     if (update.evicted)
-        tell({story::ChangeKind::evicted, origin, is_live(), {}, &*update.evicted, &*update.evicted},
+        tell({story::ChangeKind::evicted, origin, live, {}, &*update.evicted, &*update.evicted},
              &story::Totals::evicted);
 }
 
