@@ -1,8 +1,8 @@
 // The names of fault codes and probable causes and the related codes, against catalogue.txt.
 #include <cstring>
 
-#include "expected_text.h"
 #include "fault_engine/classify.h"
+#include "support/expected_text.h"
 
 namespace {
 
