@@ -1,6 +1,7 @@
 #include "engine/buffers.h"
 
 #include "base/buffer_block.h"
+#include "base/thread_safety.h"
 
 fe_read_buf_struct *fe_read_buf_struct_ptr;
 fe_write_buf_struct *fe_write_buf_struct_ptr;
@@ -16,12 +17,12 @@ namespace {
 
 // Guards the two exported pointers, `newest`, and the users and the closing of every buffer. A leaf: no other lock is
 // taken inside it.
-pthread_mutex_t buffers_lock = PTHREAD_MUTEX_INITIALIZER;
+constinit private_lock buffers_lock;
 pthread_cond_t user_left = PTHREAD_COND_INITIALIZER; // with buffers_lock
 
 // The buffer that this library published last, until its release.
 template <class Block>
-constinit owned_buffer<Block> *newest = nullptr;
+constinit owned_buffer<Block> *newest FE_GUARDED_BY(buffers_lock) = nullptr;
 
 template <class Block>
 Block *&exported();
@@ -42,18 +43,18 @@ void export_pointer(Block *block) {
 
 template <class Block>
 void leave(const buffer_use<Block> &use) {
-    pthread_mutex_lock(&buffers_lock);
+    lock(buffers_lock);
     if (use.owned != nullptr) {
         --use.owned->users;
         pthread_cond_broadcast(&user_left);
     }
-    pthread_mutex_unlock(&buffers_lock);
+    unlock(buffers_lock);
 }
 
 bool is_last_user(const read_buffer_use &use) {
-    pthread_mutex_lock(&buffers_lock);
+    lock(buffers_lock);
     const bool is_last = use.owned == nullptr || use.owned->users == 1;
-    pthread_mutex_unlock(&buffers_lock);
+    unlock(buffers_lock);
     return is_last;
 }
 
@@ -74,17 +75,17 @@ void destroy_pair(pthread_mutex_t &mutex, fe_shared_cond &cond) {
 
 template <class Block>
 buffer_use<Block> publish_buffer(owned_buffer<Block> *buffer) {
-    pthread_mutex_lock(&buffers_lock);
+    lock(buffers_lock);
     buffer->users = 1;
     newest<Block> = buffer;
     export_pointer<Block>(buffer);
-    pthread_mutex_unlock(&buffers_lock);
+    unlock(buffers_lock);
     return {.buffer = buffer, .owned = buffer};
 }
 
 template <class Block>
 buffer_use<Block> enter_buffer() {
-    pthread_mutex_lock(&buffers_lock);
+    lock(buffers_lock);
     Block *buffer = exported<Block>();
     owned_buffer<Block> *owned = buffer == newest<Block> ? newest<Block> : nullptr;
     if (buffer == nullptr || content_of(*buffer) == nullptr || (owned != nullptr && owned->is_closed)) {
@@ -93,7 +94,7 @@ buffer_use<Block> enter_buffer() {
     if (owned != nullptr) {
         ++owned->users;
     }
-    pthread_mutex_unlock(&buffers_lock);
+    unlock(buffers_lock);
     return {.buffer = buffer, .owned = owned};
 }
 
@@ -112,38 +113,38 @@ void leave_read_buffer(const read_buffer_use &use) {
 
 template <class Block>
 void close_buffer(owned_buffer<Block> *buffer) {
-    pthread_mutex_lock(&buffers_lock);
+    lock(buffers_lock);
     buffer->is_closed = true;
-    pthread_mutex_unlock(&buffers_lock);
+    unlock(buffers_lock);
 }
 
 bool is_closed(const read_buffer_use &use) {
-    pthread_mutex_lock(&buffers_lock);
+    lock(buffers_lock);
     const bool closed = use.owned != nullptr && use.owned->is_closed;
-    pthread_mutex_unlock(&buffers_lock);
+    unlock(buffers_lock);
     return closed;
 }
 
 template <class Block>
 void await_unused(owned_buffer<Block> *buffer) {
-    pthread_mutex_lock(&buffers_lock);
+    lock(buffers_lock);
     while (buffer->users > 0) {
-        pthread_cond_wait(&user_left, &buffers_lock);
+        wait(user_left, buffers_lock);
     }
-    pthread_mutex_unlock(&buffers_lock);
+    unlock(buffers_lock);
 }
 
 // The pointer may be a later owner's meanwhile.
 template <class Block>
 void release_buffer(owned_buffer<Block> *buffer) {
-    pthread_mutex_lock(&buffers_lock);
+    lock(buffers_lock);
     if (exported<Block>() == buffer) {
         export_pointer<Block>(nullptr);
     }
     if (newest<Block> == buffer) {
         newest<Block> = nullptr;
     }
-    pthread_mutex_unlock(&buffers_lock);
+    unlock(buffers_lock);
     free_block(buffer);
 }
 

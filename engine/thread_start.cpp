@@ -1,13 +1,15 @@
 #include "engine/thread_start.h"
 
+#include "base/thread_safety.h"
+
 namespace {
 
 // One start at a time; held for its whole length, with settled_lock inside it.
-pthread_mutex_t one_start = PTHREAD_MUTEX_INITIALIZER;
+constinit private_lock one_start;
 
-pthread_mutex_t settled_lock = PTHREAD_MUTEX_INITIALIZER;
+constinit private_lock settled_lock;
 pthread_cond_t settled = PTHREAD_COND_INITIALIZER; // with settled_lock
-bool is_settled;                                   // the thread started last; guarded by settled_lock
+bool is_settled FE_GUARDED_BY(settled_lock);       // the thread started last
 
 } // namespace
 
@@ -18,21 +20,21 @@ int32_t start_thread(pthread_attr_t *attr, pthread_t *id, void *(*body)(void *))
 }
 
 int32_t start_thread_and_settle(pthread_attr_t *attr, pthread_t *id, void *(*body)(void *)) {
-    pthread_mutex_lock(&one_start);
-    pthread_mutex_lock(&settled_lock);
+    lock(one_start);
+    lock(settled_lock);
     is_settled = false;
     const int32_t result = start_thread(attr, id, body);
     while (result == 0 && !is_settled) {
-        pthread_cond_wait(&settled, &settled_lock);
+        wait(settled, settled_lock);
     }
-    pthread_mutex_unlock(&settled_lock);
-    pthread_mutex_unlock(&one_start);
+    unlock(settled_lock);
+    unlock(one_start);
     return result;
 }
 
 void thread_is_settled() {
-    pthread_mutex_lock(&settled_lock);
+    lock(settled_lock);
     is_settled = true;
     pthread_cond_broadcast(&settled);
-    pthread_mutex_unlock(&settled_lock);
+    unlock(settled_lock);
 }

@@ -3,11 +3,10 @@
 
 #include "base/buffer_block.h"
 #include "base/output_area.h"
+#include "base/text_field.h"
 #include "fault_engine/sel.h"
-#include "fault_table/clearing_record.h"
 #include "fault_table/staleness.h"
 #include "fault_table/table.h"
-#include "fault_table/text_field.h"
 #include "fault_table/update.h"
 #include "platform/fe_core/fe_core.h"
 #include "platform/ipmi_access/ipmi_access.h"
@@ -19,9 +18,8 @@ extern uint32_t record_type __attribute__((alias("record_type_area")));
 
 namespace {
 
-// Guards sensor_data_rec and record_type, the output areas of the sensor calls: one pass at a time. Taken before
-// fe_table_mutex.
-pthread_mutex_t stale_pass_mutex = PTHREAD_MUTEX_INITIALIZER;
+// One pass at a time, since sensor_data_rec and record_type are its output areas. Taken before fe_table_mutex.
+constinit private_lock one_stale_pass;
 
 // Storage entities, all above them, and sensors that have no 8-bit number are left alone.
 bool is_examined(const fe_write_buf &record) {
@@ -31,7 +29,7 @@ bool is_examined(const fe_write_buf &record) {
 enum class verdict { unreadable, holds, stale };
 
 // Asks the sensor of a copied record, with fe_table_mutex free.
-verdict ask_sensor(const fe_write_buf &record) {
+verdict ask_sensor(const fe_write_buf &record) FE_REQUIRES(one_stale_pass) {
     const auto sensor_number = static_cast<int32_t>(record.sens_num);
     output_area<uint32_t> unused_1{};
     output_area<uint32_t> unused_2{};
@@ -51,27 +49,27 @@ verdict ask_sensor(const fe_write_buf &record) {
 }
 
 // Clears the fault of a copied record, which becomes the clearing one. False when there is none.
-bool clear_stale(fe_write_buf &record) {
+bool clear_stale(fe_write_buf &record) FE_REQUIRES(table_lock) {
     text_scratch scratch;
     fe_logger("Clearing stale fault - %s (severity: %u)\n", as_text(record.FaultDescription, scratch),
               static_cast<unsigned>(record.vemoFaultSeverity));
     make_clearing(record);
-    return change_fault_table(record) != -1;
+    return change_fault_table(record) != FE_TABLE_UNCHANGED;
 }
 
 enum class next_step { go_on, go_on_if_head_stays, start_again };
 
-// Examines one entry. fe_table_mutex is held before and after, but not while the sensor is asked: what has become of the
-// table meanwhile is looked at before anything is cleared.
-next_step examine(fe_table_entry *&entry, fe_write_buf &copy) {
+// Examines one entry. The table's lock is given up while the sensor is asked: what has become of the table meanwhile is
+// looked at before anything is cleared.
+next_step examine(fe_table_entry *&entry, fe_write_buf &copy) FE_REQUIRES(table_lock) FE_REQUIRES(one_stale_pass) {
     if (!is_examined(entry->record)) {
         return next_step::go_on_if_head_stays;
     }
     copy = entry->record;
     const uint32_t freed = entries_freed;
-    pthread_mutex_unlock(&fe_table_mutex);
+    unlock_table();
     const verdict said = ask_sensor(copy);
-    pthread_mutex_lock(&fe_table_mutex);
+    lock_table();
 
     const bool some_freed = entries_freed != freed;
     if (some_freed) {
@@ -91,8 +89,8 @@ next_step examine(fe_table_entry *&entry, fe_write_buf &copy) {
     return !is_judged || clear_stale(copy) ? next_step::start_again : next_step::go_on_if_head_stays;
 }
 
-void walk_chain(fe_write_buf &copy) {
-    pthread_mutex_lock(&fe_table_mutex);
+void walk_chain(fe_write_buf &copy) FE_REQUIRES(one_stale_pass) {
+    lock_table();
     fe_table_entry *entry = fe_table_head_ptr;
     const fe_table_entry *start = entry;
     while (entry != nullptr) {
@@ -104,7 +102,7 @@ void walk_chain(fe_write_buf &copy) {
             entry = entry->next;
         }
     }
-    pthread_mutex_unlock(&fe_table_mutex);
+    unlock_table();
 }
 
 } // namespace
@@ -115,8 +113,8 @@ void cleanup_deasserted_events(void) {
     if (copy == nullptr) {
         return;
     }
-    pthread_mutex_lock(&stale_pass_mutex);
+    lock(one_stale_pass);
     walk_chain(*copy->fe_write_buf);
-    pthread_mutex_unlock(&stale_pass_mutex);
+    unlock(one_stale_pass);
     free_block(copy);
 }

@@ -1,7 +1,6 @@
-// Clears the older of two faults with the same code under one entity instance. Such twins come about when a
+// Clears the older of two faults with the same code under one entity instance: duplicates, which come about when a
 // related-code match gives a fault the code of another.
 #include "base/buffer_block.h"
-#include "fault_table/clearing_record.h"
 #include "fault_table/table.h"
 #include "fault_table/update.h"
 #include "platform/fe_core/fe_core.h"
@@ -22,8 +21,8 @@ uint32_t bit_of(const fault_node &node) {
     return 1U << static_cast<uint32_t>(node.fault_code) % 32;
 }
 
-// False for a list that certainly has no twins, which is told in one walk. `codes` is empty before and after.
-bool may_have_twins(const fault_node *list, code_set &codes) {
+// False for a list that certainly has no duplicates, which is told in one walk. `codes` is empty before and after.
+bool may_have_duplicates(const fault_node *list, code_set &codes) {
     bool shared = false;
     for (const fault_node *node = list; node != nullptr; node = node->next) {
         uint32_t &word = word_of(codes, *node);
@@ -36,8 +35,8 @@ bool may_have_twins(const fault_node *list, code_set &codes) {
     return shared;
 }
 
-// The first fault from `node` on that has a younger twin behind it; null when there is none.
-const fault_node *find_older_twin(const fault_node *node) {
+// The first fault from `node` on that has a younger duplicate behind it; null when there is none.
+const fault_node *find_older_duplicate(const fault_node *node) {
     for (; node != nullptr; node = node->next) {
         for (const fault_node *other = node->next; other != nullptr; other = other->next) {
             if (other->fault_code == node->fault_code) {
@@ -48,7 +47,7 @@ const fault_node *find_older_twin(const fault_node *node) {
     return nullptr;
 }
 
-void clear_fault(const fault_node &node, fe_write_buf &clearing) {
+void clear_fault(const fault_node &node, fe_write_buf &clearing) FE_REQUIRES(table_lock) {
     clearing = node.entry->record;
     fe_logger("Inside cleanup_duplicate_events...\n");
     fe_logger("Clean up fault node (%u/%u/curr:%u-prev:%u)\n", unsigned{clearing.entity_id},
@@ -58,16 +57,16 @@ void clear_fault(const fault_node &node, fe_write_buf &clearing) {
     change_fault_table(clearing);
 }
 
-// A clearing takes the older twin, or a fault before it that a related code matches. So what is behind stays, and only
-// the number says afterwards whether the first is still the one that it was.
-void clear_older_twins(const entity_instance_node &instance, fe_write_buf &clearing) {
-    const fault_node *node = find_older_twin(instance.fault_list);
+// A clearing takes the older duplicate, or a fault before it that a related code matches: what is behind stays. Whether
+// it took the first of the list is told by addresses kept as numbers, since that node may be freed by then.
+void clear_older_duplicates(const entity_instance_node &instance, fe_write_buf &clearing) FE_REQUIRES(table_lock) {
+    const fault_node *node = find_older_duplicate(instance.fault_list);
     while (node != nullptr) {
         const fault_node *const behind = node->next;
         const auto first = reinterpret_cast<uintptr_t>(instance.fault_list);
         clear_fault(*node, clearing);
         const bool is_first = reinterpret_cast<uintptr_t>(instance.fault_list) == first;
-        node = find_older_twin(is_first ? behind : instance.fault_list);
+        node = find_older_duplicate(is_first ? behind : instance.fault_list);
     }
 }
 
@@ -79,15 +78,15 @@ void cleanup_duplicate_events(void) {
         return;
     }
     code_set codes{};
-    pthread_mutex_lock(&fe_table_mutex);
+    lock_table();
     for (const entity_id_node *entity = entity_id_list_head_ptr; entity != nullptr; entity = entity->next) {
         for (const entity_instance_node *instance = entity->instance_list; instance != nullptr;
              instance = instance->next) {
-            if (may_have_twins(instance->fault_list, codes)) {
-                clear_older_twins(*instance, *clearing->fe_write_buf);
+            if (may_have_duplicates(instance->fault_list, codes)) {
+                clear_older_duplicates(*instance, *clearing->fe_write_buf);
             }
         }
     }
-    pthread_mutex_unlock(&fe_table_mutex);
+    unlock_table();
     free_block(clearing);
 }

@@ -21,6 +21,13 @@
 
 #include "fault_engine/fault_request.h"
 
+/* Results of update_fe_database(). */
+enum fe_table_result {
+    FE_TABLE_CHANGED = 0,          /* created, cleared, or updated outside the storage entities: to be broadcast */
+    FE_TABLE_REPEATED_STORAGE = 2, /* updated, storage entity (208..215): to be broadcast with syslog_filter set */
+    FE_TABLE_UNCHANGED = -1        /* nothing to clear, or out of memory */
+};
+
 enum { FE_TABLE_MAX_FAULTS = 1024 }; /* a new fault beyond this evicts the one changed longest ago */
 
 struct fe_table_entry {

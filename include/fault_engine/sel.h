@@ -4,20 +4,26 @@
  *
  * Records that come as wire bytes are structs of bytes, so they have no padding and may lie at any address.
  *
- * Results of the SEL functions: 0 for a record that was ignored or processed, and
- *     -1  severity or fault number selection refused the event, there is no write buffer, or the SEL size is unknown
- *     -2  the text of an extended record could not be made
- *   -102  the SEL library could not attach or give the record's text
- *   -103  null record
- *   -104  a chunk of the SEL could not be decoded
- *   -105  no sensor data record describes the sensor
- *   -108  OEM record type (192..255), or the sensor types of the record and of the sensor data record differ
- * or, as it stands, what a failing detach of the SEL library returned.
+ * The SEL functions return a result of enum fe_sel_result or, as it stands, what a failing detach of the SEL library
+ * returned.
  */
 #ifndef FAULT_ENGINE_SEL_H
 #define FAULT_ENGINE_SEL_H
 
 #include "fault_engine/fault_record.h"
+
+enum fe_sel_result {
+    FE_SEL_OK = 0,                /* the record was ignored or processed */
+    FE_SEL_REFUSED = -1,          /* severity or fault number selection refused the event */
+    FE_SEL_NO_WRITE_BUFFER = -1,  /* there is no write buffer, or no record in it */
+    FE_SEL_NO_SIZE = -1,          /* the size of the SEL cannot be read */
+    FE_SEL_NO_EXTENDED_TEXT = -2, /* the text of an extended record could not be made */
+    FE_SEL_NO_TEXT = -102,        /* the SEL library could not attach or give the record's text */
+    FE_SEL_NO_RECORD = -103,      /* null record */
+    FE_SEL_NO_CHUNK = -104,       /* a chunk of the SEL could not be decoded */
+    FE_SEL_NO_SENSOR = -105,      /* no sensor data record describes the sensor */
+    FE_SEL_WRONG_RECORD = -108 /* OEM record type (192..255), or another sensor type than the sensor data record has */
+};
 
 /* SEL record as stored in the log (IPMI v2.0, section 32.1); multi-byte fields are little-endian. */
 struct sel_record {
@@ -173,7 +179,7 @@ FE_EXPORT int32_t populate_all_sel_events(void);
  * next wakes, and fe_init_interface() is expected to return.
  *
  * fe_not_running is looked at when the FIFO has activity, and between two records. After each batch of records, and
- * every 2 seconds without any, duplicate faults are swept (cleanup_duplicate_events()).
+ * every 2 seconds without any, the duplicate pass runs (cleanup_duplicate_events()).
  */
 FE_EXPORT int32_t init_database(void);
 

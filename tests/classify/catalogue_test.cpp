@@ -22,10 +22,9 @@ std::map<std::string, std::map<uint32_t, std::string>> read_catalogue() {
             continue;
         }
         const std::vector<uint32_t> group(std::istream_iterator<uint32_t>(words), {});
-        for (size_t member = 0; member < (kind == "order" ? 1 : group.size()); ++member) {
-            std::string &others = all["related"][group[member]];
+        for (const uint32_t member : group) {
             for (const uint32_t code : group) {
-                others += code == group[member] ? "" : " " + std::to_string(code);
+                all["related"][member] += code == member ? "" : " " + std::to_string(code);
             }
         }
     }

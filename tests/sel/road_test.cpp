@@ -203,6 +203,15 @@ TEST_F(Road, TextGivesTheNameAndTheEndOfTheSelfTest) {
     }
 }
 
+TEST_F(Road, BroadcastsByTheFlagAsItStandsThen) {
+    sel_init_complete = 1;
+    world().on_log = [](const std::string &line) {
+        sel_init_complete = line.starts_with("Exited update_fe_database") ? 0 : 1;
+    };
+    EXPECT_EQ(process(event()), 0);
+    EXPECT_TRUE(world().broadcasts.empty());
+}
+
 // Once in the life of a process, so before any test.
 struct FirstEvents : testing::Environment {
     static inline std::string stories;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "platform/entity_filter/entity_filter_host.h"
@@ -157,6 +158,7 @@ __attribute__((format(printf, 1, 0))) void log(const char *format, va_list argum
     char line[4096];
     vsnprintf(line, sizeof line, format, arguments);
     mirror_line(line);
+    world().on_log ? world().on_log(line) : void();
     if (world().keeps != World::nothing) {
         const std::lock_guard guard(world().lock);
         world().log.emplace_back(line);
@@ -169,13 +171,21 @@ void pause(int32_t seconds, int32_t nanoseconds) {
     }).tell_too(world().on_pause, seconds);
 }
 
+// Closed libraries write whole words, or two, where less is agreed; what is behind a smaller area would be lost.
+void spoil(std::initializer_list<void *> outputs) {
+    for (void *const output : outputs) {
+        reinterpret_cast<uintptr_t>(output) % 4 == 0 ? void() : abort();
+        memset(output, 0xA5, 8);
+    }
+}
+
 int32_t sensor_data(int32_t sensor_number, uint32_t *type, sensor_data_record *data) {
     const Answer answer("sensor");
     const auto found = world().sensors.find(sensor_number);
     if (answer.fails || found == world().sensors.end()) {
         return -1;
     }
-    *type = 1;
+    spoil({type});
     *data = found->second;
     return 0;
 }
@@ -188,7 +198,7 @@ int32_t sensor_reading(int32_t sensor_number, uint32_t *reading, uint32_t *statu
     if (answer.fails || found == world().readings.end()) {
         return -1;
     }
-    *reading = *status = ~found->second; // nobody may take these for the state
+    spoil({reading, status, current}); // nobody may take the first two for the state
     *current = found->second;
     return 0;
 }
@@ -217,8 +227,7 @@ int32_t detach() {
 
 int32_t sel_size(uint32_t *first, int32_t zero, uint16_t *second, uint16_t *total) {
     const Answer answer("size", [&] { return zero == 0 ? "" : "=otherwise"; });
-    *first = 0;
-    *second = 0;
+    spoil({first, second, total});
     *total = static_cast<uint16_t>(world().sel.size());
     return answer.fails ? -1 : world().total_result;
 }
@@ -229,6 +238,7 @@ int32_t decode(void *area, uint32_t size, const void *request, uint32_t *decoded
     uint16_t words[2];
     memcpy(words, request, sizeof words);
     const auto [start, count] = words;
+    memset(const_cast<void *>(request), 0xFF, sizeof words); // it may serve as scratch
     Answer answer("chunk", [&] { return "=" + std::to_string(words[0]) + "+" + std::to_string(words[1]); });
     if (answer.fails || size != agreed_size || memcmp(area, &request_word, sizeof request_word) != 0) {
         return -1;
@@ -258,7 +268,7 @@ int32_t extended_text(const uint8_t *, int32_t, char *timestamp, uint16_t *times
     const Answer answer("extended", [&] {
         return "=" + std::to_string(sensor_number) + (is_fresh && *timestamp_length == 32 ? "" : ",stale-areas");
     });
-    work[67] = 1;
+    spoil({timestamp_length, flag_1, flag_2, timestamp, event, work, work + 60});
     if (answer.fails || world().text_result != 0) {
         return answer.fails ? -1 : world().text_result;
     }

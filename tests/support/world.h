@@ -52,6 +52,7 @@ struct WorldState {
     std::function<void(fe_read_buf_struct *)> listen;
     std::function<void(fe_write_buf_struct *)> on_broadcast;
     std::function<void(int32_t seconds)> on_pause;
+    std::function<void(const std::string &line)> on_log;
 };
 
 // The functions above are called without the lock, and neighbours' calls never count for FailCall and CallTrace.
