@@ -27,10 +27,6 @@ std::string keys() {
     return text;
 }
 
-int blocks_of_table() {
-    return static_cast<int>(2 * fe_fault_count + table_index().levels);
-}
-
 int lowest_free_descriptor() {
     const int descriptor = dup(STDERR_FILENO);
     close(descriptor);
@@ -159,18 +155,12 @@ protected:
     bool run(const Operation &operation, Call call, int nth, Way way, const std::string &good) {
         arrange_afresh(operation.table);
         const std::string before = keys();
-        const int blocks_before = blocks_of_table(), descriptor = lowest_free_descriptor(), failed = failed_calls();
-        int blocks = 0;
-        {
-            const BlockCount count;
-            failure.emplace(call, nth, way);
-            (this->*operation.act)();
-            failure.reset();
-            blocks = count.count;
-        }
+        const int descriptor = lowest_free_descriptor(), failed = failed_calls();
+        failure.emplace(call, nth, way);
+        (this->*operation.act)();
+        failure.reset();
         const bool has_failed = failed_calls() != failed;
         expect_idle();
-        EXPECT_EQ(blocks, blocks_of_table() - blocks_before);
         EXPECT_EQ(lowest_free_descriptor(), descriptor);
         EXPECT_TRUE(!operation.changes_once || keys() == before || keys() == good) << keys();
         (this->*operation.act)();

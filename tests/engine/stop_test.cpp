@@ -30,6 +30,14 @@ protected:
         world().sensors[0x30] = sensor(0x30, 3, 1, 0x01, 0x01);
         world().event_text = "P1_THERM: going high";
     }
+
+    // Whoever waits tests what he waits for with the mutex held: a wake-up without it may come in between.
+    void expect_wake_ups_with_mutex() {
+        on_wake_up = [this](const void *cond) {
+            EXPECT_FALSE(cond == &rbuf->fe_read_buf_cond && is_free(rbuf->fe_read_buf_mutex));
+            EXPECT_FALSE(cond == &rbuf->fe_read_wait_cond && is_free(rbuf->fe_read_wait_mutex));
+        };
+    }
 };
 
 TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
@@ -76,8 +84,8 @@ TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
         take_destroyed();
         std::vector<const void *> expected;
         world().listen = [&](fe_read_buf_struct *shared) {
-            rbuf = shared;
             may_listen.acquire();
+            EXPECT_EQ(shared, rbuf);
             if (moment.failing_allocation == 0) {
                 expected = {&fe_write_buf_struct_ptr->fe_write_buf_cond, &fe_write_buf_struct_ptr->fe_write_buf_mutex};
             }
@@ -98,6 +106,8 @@ TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
             return 0;
         };
         ASSERT_EQ(init_listener(), 0);
+        rbuf = fe_read_buf_struct_ptr;
+        expect_wake_ups_with_mutex();
         {
             const FailCall no_memory(Call::allocate, moment.failing_allocation);
             ASSERT_EQ(init_fault_processor(), 0);
@@ -106,6 +116,7 @@ TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
         may_listen.release();
         moment.meanwhile();
         join_both();
+        on_wake_up = nullptr;
         EXPECT_EQ(take_destroyed(), expected);
         EXPECT_EQ(dispatched, moment.dispatched);
         EXPECT_EQ(fe_fault_count, static_cast<uint32_t>(moment.dispatched));

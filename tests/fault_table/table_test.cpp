@@ -1,9 +1,7 @@
-// Of the fault table what the model leaves open: every stale rule, the calls on the files, and what only a damaged index
-// brings about.
+// Of the fault table what the model leaves open: every stale rule and the calls on the files.
 #include "support/engine_test.h"
 
 #include <numeric>
-#include <tuple>
 
 #include "support/table_model.h"
 
@@ -47,28 +45,6 @@ TEST_F(FaultTable, CallsOfAnUpdateInOrder) {
                             "write fe_table.entry 960", "write fe_table.entry 960", "fsync fe_table.entry",
                             "fsync fe_table.sz", "lockf fe_table.sz F_ULOCK 0", "lockf fe_table.entry F_ULOCK 0",
                             "close fe_table.entry", "close fe_table.sz"}));
-}
-
-// Each way hides the oldest entry from the search at another level.
-TEST_F(FaultTable, OldestEntryGoesUnlessItsNodeIsMissing) {
-    put({3, 1, 5});
-    put({3, 1, 7});
-    fe_write_buf &oldest = fe_table_head_ptr->next->record;
-    fault_node &node = *entity_id_list_head_ptr->instance_list->fault_list;
-    const std::vector<std::function<void()>> ways = {
-        [&] { oldest.entity_id = 9; },     [&] { oldest.entity_instance = 9; },
-        [&] { oldest.vemoFaultCode = 9; }, [&] { node.entry = fe_table_head_ptr; },
-        [&] { node.fault_code = 6; },      [&] { oldest.vemoFaultCode = 7; }, // which another's node has
-    };
-    const auto evict = [] { return remove_last_fe_table_entry(&fe_table_head_ptr, &entity_id_list_head_ptr); };
-    for (const auto &hide : ways) {
-        const std::pair former(oldest, node);
-        hide();
-        EXPECT_EQ(evict(), -1);
-        std::tie(oldest, node) = former;
-    }
-    EXPECT_TRUE(evict() == 0 && chain().size() == 1 && evict() == 0 && evict() == -1);
-    EXPECT_EQ(fe_fault_count, 2U); // is not its own
 }
 
 // A sensor recovers, is read, and trips again; the fault that then stands was not judged by that reading.

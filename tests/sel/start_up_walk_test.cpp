@@ -107,6 +107,9 @@ TEST_F(SelRoad, StartUpTakesEveryStepWhateverTheWalkGives) {
         tell("syslog", "=" + std::to_string(priority) + "," + text.substr(0, text.find(' ')) + "," +
                            std::to_string(sandbox.bytes("fe_table.sz").size()) + (text.ends_with("DONE\n") ? "" : "?"));
     };
+    const CallTrace trace([](const std::string &call) {
+        call == "lockf fe_table.entry F_LOCK 0" && sel_init_complete != 0 ? tell("publish") : void();
+    });
     const auto start_up = [&](auto change) {
         arrange();
         world().sel = {listed(oem, 0), listed(event(), 1), listed(unknown, 0xFFFFFFFE), listed(event(0x10), 7)};
@@ -116,12 +119,13 @@ TEST_F(SelRoad, StartUpTakesEveryStepWhateverTheWalkGives) {
         return story() + " = " + std::to_string(result);
     };
     const std::string settled = " stale pause=5.0 stale sweep=early syslog=7,SEL,";
-    EXPECT_EQ(start_up([] { world().total_result = 3; }), " size" + settled + "0 = -1");
-    EXPECT_EQ(start_up([] { world().decode = [](auto...) { return 1; }; }), " size chunk=1+4" + settled + "4 = -104");
-    EXPECT_EQ(start_up([] { world().sel.clear(); }), " size" + settled + "4 = 0");
+    EXPECT_EQ(start_up([] { world().total_result = 3; }), " size" + settled + "0 publish# = -1");
+    EXPECT_EQ(start_up([] { world().decode = [](auto...) { return 1; }; }),
+              " size chunk=1+4" + settled + "4 publish# = -104");
+    EXPECT_EQ(start_up([] { world().sel.clear(); }), " size" + settled + "4 publish# = 0");
     EXPECT_EQ(start_up([] {}),
               " size chunk=1+4 attach text detach sensor cpu*[1,4,117] update*=0 attach text detach "
-              "sensor stale sensor reading pause=5.0 stale sensor reading sweep=early syslog=7,SEL,4 = 0");
+              "sensor stale sensor reading pause=5.0 stale sensor reading sweep=early syslog=7,SEL,4 publish# = 0");
     const std::string log = log_text();
     for (const char *line : {"Sensor num: 0\n", "Sensor num: 1\n", "Sensor num: -2\n", "Sensor num: 7\n"}) {
         EXPECT_NE(log.find(std::string("populate_all_sel_events:") + line), std::string::npos);

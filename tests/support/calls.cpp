@@ -48,13 +48,6 @@ UNINSTRUMENTED int refuse(int error) {
     return -1;
 }
 
-UNINSTRUMENTED void *count_block(void *block, int change) {
-    if (block != nullptr && BlockCount::current != nullptr && Disarmed::depth == 0) {
-        BlockCount::current->count += change;
-    }
-    return block;
-}
-
 // Where the headers give a call another symbol, since times and file sizes are wider than the machine's words.
 UNINSTRUMENTED const char *symbol_of(const char *name) {
 #if defined(_TIME_BITS)
@@ -89,7 +82,7 @@ UNINSTRUMENTED void *allocate(Function *function, Sizes... sizes) {
         errno = ENOMEM;
         return nullptr;
     }
-    return count_block(function(sizes...), 1);
+    return function(sizes...);
 }
 
 // Records the call in these words if this thread is traced.
@@ -156,13 +149,6 @@ UNINSTRUMENTED void *calloc(size_t count, size_t size) noexcept {
     return allocate(NEXT(calloc), count, size);
 }
 
-UNINSTRUMENTED void free(void *block) noexcept {
-    auto *const function = NEXT(free);
-    if (function != nullptr) {
-        function(count_block(block, -1));
-    }
-}
-
 UNINSTRUMENTED int lockf(int descriptor, int command, off_t length) {
     trace_call("lockf", descriptor, command == F_LOCK ? " F_LOCK" : command == F_ULOCK ? " F_ULOCK" : " other", length);
     return is_to_fail(Call::lockf) ? refuse(EDEADLK) : NEXT(lockf)(descriptor, command, length);
@@ -215,14 +201,10 @@ UNINSTRUMENTED int pthread_create(pthread_t *thread, const pthread_attr_t *attri
     }
     const Disarmed disarmed; // what libc allocates for the thread is not the caller's
     const auto creators_arms = arms;
-    BlockCount *const blocks = BlockCount::current;
     auto *const body = new std::function<void *()>([=] {
         arms = creators_arms;
         std::ranges::for_each(arms, [](Arm &arm) { arm.seen = 0; });
-        BlockCount::current = blocks;
-        void *const result = start(argument);
-        BlockCount::current = nullptr; // what the end of a thread frees is libc's
-        return result;
+        return start(argument);
     });
     return NEXT(pthread_create)(thread, attributes, run_body, body);
 }

@@ -47,11 +47,6 @@ bool is_to_fail(Call call);
 // Calls, by all threads, that were made to fail since the start of the process.
 int failed_calls();
 
-// While it lives, counts the blocks that this thread, and the threads that it creates, allocate less those they free.
-struct BlockCount : OfThread<BlockCount> {
-    std::atomic<int> count = 0;
-};
-
 // While it lives, tells the function of the calls on files of this thread: "open fe_table.entry RDWR|CREAT|TRUNC 0704",
 // "lockf fe_table.sz F_LOCK 0", "write fe_table.sz 4", "fsync fe_table.entry", "close fe_table.sz".
 struct CallTrace : OfThread<CallTrace> {

@@ -46,7 +46,6 @@ TableIndex table_index() {
             }
         }
     }
-    index.levels = levels.size();
     return index;
 }
 

@@ -24,11 +24,10 @@ void put(const Fault &fault);
 // The records of the chain, newest first.
 std::vector<fe_write_buf> chain();
 
-// The index: its entries in order, the number of its entities and instances, and whether none of those is empty or there
-// twice and each entry is under its own keys. The caller keeps others from the table.
+// The index: its entries in order, and whether no level of it is empty or there twice and each entry is under its own
+// keys. The caller keeps others from the table.
 struct TableIndex {
     std::vector<const fe_table_entry *> entries;
-    size_t levels = 0;
     bool is_sound = true;
 };
 TableIndex table_index();

@@ -49,22 +49,30 @@ void expect_lines(const Lines &logged, const Lines &said) {
     }
 }
 
-int32_t mirrored_update(fe_write_buf_struct *wbuf, decltype(&update_fe_database) library_update) {
+// Runs the library's change, and the model's at the first line of it, or behind it if it has none to log.
+template <typename Library, typename Change>
+void run_mirrored(const Library &library, const Change &change) {
     std::optional<Disarmed> disarmed(std::in_place);
-    fe_write_buf &record = *wbuf->fe_write_buf, expected = record;
-    int32_t expected_result = 0;
     Lines said;
     InHand in_hand([&] {
         mirror->model.said.clear();
-        expected_result = mirror->model.update(expected);
+        change(mirror->model);
         said = mirror->model.said;
     });
     disarmed.reset();
-    const int32_t result = library_update(wbuf);
+    library();
     disarmed.emplace();
-    expect(result == expected_result, "an update returns " + std::to_string(result));
-    expect(record == expected, "an update leaves another record");
+    in_hand.lines.empty() && mirrored_threads == Threads::one ? in_hand.at_first_line() : void();
     expect_lines(in_hand.lines, said);
+}
+
+int32_t mirrored_update(fe_write_buf_struct *wbuf, decltype(&update_fe_database) library_update) {
+    fe_write_buf &record = *wbuf->fe_write_buf, expected = record;
+    int32_t result = 0, expected_result = 0;
+    run_mirrored([&] { result = library_update(wbuf); },
+                 [&](Model &model) { expected_result = model.update(expected); });
+    const Disarmed disarmed;
+    expect(result == expected_result && record == expected, "an update leaves another record or result");
     return result;
 }
 
@@ -74,22 +82,6 @@ int32_t update_inside(Pass &pass, fe_write_buf_struct *wbuf, decltype(&update_fe
     const int32_t result = library_update(wbuf);
     pass.updates.push_back({pass.readings, given, *wbuf->fe_write_buf, result});
     return result;
-}
-
-void sweep_duplicates(decltype(&cleanup_duplicate_events) library_sweep) {
-    std::optional<Disarmed> disarmed(std::in_place);
-    Lines said;
-    const auto follow = [&said] {
-        mirror->model.said.clear();
-        mirror->model.cleanup_duplicates();
-        said = mirror->model.said;
-    };
-    InHand in_hand(follow);
-    disarmed.reset();
-    library_sweep();
-    disarmed.emplace();
-    in_hand.lines.empty() && mirrored_threads == Threads::one ? follow() : void();
-    expect_lines(in_hand.lines, said);
 }
 
 // Behind the library's pass, the model's own, with the updates that came meanwhile.
@@ -197,25 +189,18 @@ int32_t update_fe_database(fe_write_buf_struct *wbuf) {
     const int32_t result = mirror == nullptr          ? library(wbuf)
                            : Pass::current == nullptr ? mirrored_update(wbuf, library)
                                                       : update_inside(*Pass::current, wbuf, library);
-    const Disarmed disarmed;
-    tell("update", "=" + std::to_string(result));
+    tell("update", result == 0 ? "=0" : result == 2 ? "=2" : result == -1 ? "=-1" : "=?");
     return result;
 }
 
 void cleanup_duplicate_events() {
     const auto library = library_function<&cleanup_duplicate_events>("cleanup_duplicate_events");
-    {
-        const Disarmed disarmed;
-        tell("sweep", fe_flag(&sel_init_complete) != 0 ? "" : "=early");
-    }
-    mirror == nullptr ? library() : sweep_duplicates(library);
+    tell("sweep", fe_flag(&sel_init_complete) != 0 ? "" : "=early");
+    mirror == nullptr ? library() : run_mirrored(library, [](Model &model) { model.cleanup_duplicates(); });
 }
 
 void cleanup_deasserted_events() {
     const auto library = library_function<&cleanup_deasserted_events>("cleanup_deasserted_events");
-    {
-        const Disarmed disarmed;
-        tell("stale");
-    }
+    tell("stale");
     mirror == nullptr ? library() : sweep_stale(library);
 }

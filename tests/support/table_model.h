@@ -130,7 +130,7 @@ struct Model {
     }
 
     void write_files() {
-        if (sel_init_complete == 0) {
+        if (fe_flag(&sel_init_complete) == 0) {
             return;
         }
         const auto count = static_cast<uint32_t>(chain.size());

@@ -16,11 +16,13 @@ World &world() {
     return the_world;
 }
 
-void tell(const std::string &word, const std::string &rest) {
+void tell(std::string_view word, std::string_view rest) {
+    const Disarmed disarmed;
     if (world().keeps == World::all) {
-        fe_write_buf_struct *const wbuf = fe_write_buf_struct_ptr;
+        auto *const wbuf = __atomic_load_n(&fe_write_buf_struct_ptr, __ATOMIC_ACQUIRE);
         const char *const record = wbuf != nullptr && !is_free(wbuf->fe_write_buf_mutex) ? "*" : "";
-        world().log.push_back("> " + word + record + (is_free(fe_table_mutex) ? "" : "#") + rest + "\n");
+        const char *const table = is_free(fe_table_mutex) ? "" : "#";
+        world().log.push_back("> " + std::string(word) + record + table + std::string(rest) + "\n");
     }
 }
 

@@ -66,7 +66,7 @@ World &world();
 void reset_world();
 
 // Tells a word, and what belongs to it, if the world keeps all.
-void tell(const std::string &word, const std::string &rest = "");
+void tell(std::string_view word, std::string_view rest = "");
 
 // The words told, with a blank before each.
 std::string story();
