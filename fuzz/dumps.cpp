@@ -1,5 +1,8 @@
 // Dumps of the SEL and of the sensor data records, as the readers of captures take them.
-#include "fuzz/input.h"
+#include <algorithm>
+#include <cstring>
+
+#include "fuzz/target.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
 #include "platform/ipmi_access/sdr_dump.h"
 #include "platform/ipmi_access/sel_dump.h"
