@@ -8,14 +8,15 @@
 #include "platform/ipmi_access/sel_dump.h"
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    ipmi_access::Warnings warnings;
     try {
-        const auto records = ipmi_access::parse_sel_dump({data, size}, "dump");
+        const auto records = ipmi_access::parse_sel_dump({data, size}, "dump", warnings);
         require(records.size() * sizeof(sel_record) == size, "all of the dump is records");
         require(size == 0 || memcmp(records.data(), data, size) == 0, "the records are those of the dump");
     } catch (const ipmi_access::CaptureError &) {
     }
     try {
-        const ipmi_access::Sensors sensors = ipmi_access::parse_sdr_dump({data, size}, "dump");
+        const ipmi_access::Sensors sensors = ipmi_access::parse_sdr_dump({data, size}, "dump", warnings);
         for (size_t number = 0; number < sensors.size(); ++number) {
             if (const auto &sensor = sensors[number]) {
                 require(sensor->number == number && sensor->entity_instance < 128, "a sensor has its number");

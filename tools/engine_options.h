@@ -1,27 +1,15 @@
-// Options that replay and serve share: what the engine finds around it, and where its files go.
+// Options that all who start the engine share: where its files go, its log, its pauses.
 #pragma once
 
-#include <initializer_list>
 #include <string>
-#include <vector>
 
-#include "tools/options.h"
+namespace CLI {
+class App;
+}
 
 struct EngineOptions {
-    std::string sdr, sel, readings, log, file_directory;
+    std::string log, file_directory;
     bool real_time = false;
-
-    bool take(int found, const char *argument); // false: not one of these options
-    void load_captures() const;                 // throws what the files are refused for
 };
 
-// Of all shared options but --sdr and --sel, which mean something else to each.
-constexpr char engine_options_help[] =
-    R"(  --readings FILE   present states of sensors, "0x2e 0x0008" a line; without one, none can be read
-  --log FILE        write the engine's log there
-  --real-time       keep the engine's pauses of 5 and 30 seconds
-  --file-dir DIR    where the engine's files go (default: its own /tmp and /var)
-  -h, --help        this text
-)";
-
-std::vector<option> with_engine_options(std::initializer_list<option> own);
+void add_engine_options(CLI::App &app, EngineOptions &options, const std::string &file_directory_help);

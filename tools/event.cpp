@@ -2,30 +2,16 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 #include "fault_engine/sel.h"
-#include "platform/ipmi_access/ipmi_access_host.h"
+#include "tools/capture.h"
+#include "tools/cli.h"
 #include "tools/fectl.h"
-#include "tools/options.h"
 #include "tools/sel_fifo.h"
 
 namespace {
-
-constexpr char help[] = R"(usage: fectl event --fifo PATH FILE...
-
-Writes the SEL records of the files, as written by "ipmitool sel writeraw", into the FIFO of a running engine, 16 bytes a
-write. Waits while the FIFO is full.
-
-  --fifo PATH   the FIFO that the engine reads, as fectl serve says it
-  -h, --help    this text
-)";
-
-constexpr option options[] = {
-    {"fifo", required_argument, nullptr, 'f'},
-    {"help", no_argument, nullptr, 'h'},
-    {},
-};
 
 struct RecordFile {
     std::string path;
@@ -33,15 +19,10 @@ struct RecordFile {
 };
 
 // All files are read before the first record is written.
-std::vector<RecordFile> read_files(std::span<char *> paths) {
+std::vector<RecordFile> read_files(const std::vector<std::string> &paths) {
     std::vector<RecordFile> files;
-    for (const char *path : paths) {
-        ipmi_access::load_sel(path);
-        RecordFile file{path, {}};
-        for (size_t position = 0; position < ipmi_access::sel_size(); position++)
-            file.records.push_back(*reinterpret_cast<const sel_record *>(ipmi_access::record_at(position)));
-        files.push_back(std::move(file));
-    }
+    for (const std::string &path : paths)
+        files.push_back({path, load_records(path)});
     return files;
 }
 
@@ -52,24 +33,7 @@ void write_file(const SelWriter &fifo, const RecordFile &file) {
                           ": cannot write the record: " + strerror(errno));
 }
 
-} // namespace
-
-int run_event(int argc, char **argv) {
-    std::string fifo_path;
-    bool wants_help = false;
-    const std::span<char *> paths =
-        parse_options_and_operands(argc, argv, options, [&](int found, const char *argument) {
-            if (found == 'h')
-                wants_help = true;
-            else
-                fifo_path = argument;
-        });
-    if (wants_help) {
-        fputs(help, stdout);
-        return exit_ok;
-    }
-    if (fifo_path.empty() || paths.empty())
-        throw Refusal("event: --fifo PATH and at least one FILE are needed; see fectl event --help");
+int send_events(const std::string &fifo_path, const std::vector<std::string> &paths) {
     const std::vector<RecordFile> files = read_files(paths);
     const SelWriter fifo(fifo_path);
     size_t written = 0;
@@ -79,4 +43,22 @@ int run_event(int argc, char **argv) {
     }
     printf("%zu record%s written\n", written, written == 1 ? "" : "s");
     return exit_ok;
+}
+
+struct EventOptions {
+    std::string fifo;
+    std::vector<std::string> files;
+};
+
+} // namespace
+
+Run prepare_event(CLI::App &app) {
+    const auto chosen = std::make_shared<EventOptions>();
+    app.add_option("--fifo", chosen->fifo, "the FIFO that the engine reads, as fectl serve says it")
+        ->type_name("PATH")
+        ->required();
+    app.add_option("FILE", chosen->files, "SEL records, as written by \"ipmitool sel writeraw\"")
+        ->type_name("")
+        ->required();
+    return [chosen] { return send_events(chosen->fifo, chosen->files); };
 }

@@ -1,97 +1,101 @@
 #include "tools/fault_list.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
+#include <utility>
 
-#include "fault_engine/classify.h"
-#include "platform/entity_filter/entity_filter_host.h"
+#include "platform/ipmi_access/ipmi_access_host.h"
+#include "tools/story_words.h"
+#include "tools/text_time.h"
 
 namespace {
 
-constexpr int change_width = 8;
-constexpr int cause_width = 20;
-constexpr size_t usual_line_width = 120;
-constexpr size_t time_and_severity_width = 29;
-constexpr size_t min_name_width = 20;
+using namespace story;
 
-// By severity code.
-constexpr const char *colours[] = {"\033[32m", "\033[36m", "", "\033[33m", "\033[33m", "\033[31m", "\033[1;31m"};
+constexpr size_t severity_column = 1;
 
-bool wants_colour(FILE *out) {
-    const char *no_colour = getenv("NO_COLOR");
-    return isatty(fileno(out)) && (no_colour == nullptr || *no_colour == '\0');
+// What the sensors' names need, so that lines of changes stand below each other.
+size_t sensor_width() {
+    size_t width = 12;
+    for (const auto &sensor : ipmi_access::served().sensors)
+        width = std::max(width, sensor ? text_width(sensor->label) : 0);
+    return width;
 }
 
-size_t line_width(FILE *out) {
-    winsize window{};
-    if (!isatty(fileno(out)))
-        return 0;
-    return ioctl(fileno(out), TIOCGWINSZ, &window) == 0 && window.ws_col != 0 ? window.ws_col : usual_line_width;
+std::string code_text(const Fault &fault) {
+    return is_catalogue_code(base_code(fault)) ? std::to_string(base_code(fault)) : "-";
 }
 
-// A text field of a record that may come from anywhere.
-template <size_t size>
-std::string field_text(const char (&field)[size]) {
-    std::string text(field, strnlen(field, size));
-    std::ranges::replace_if(
-        text, [](char c) { return c < ' ' || c > '~'; }, '?');
-    return text;
+std::optional<uint32_t> time_of(const Change &change) {
+    return change.record ? change.record->time : change.after->last_time;
 }
 
-std::string severity_text(const fe_write_buf &record) {
-    const std::string word = field_text(record.severity_word);
-    return word.empty() ? std::to_string(record.vemoFaultSeverity) : word;
-}
-
-std::string shortened(const std::string &text, size_t width) {
-    if (width == 0 || text.size() <= width)
-        return text;
-    const size_t tail = width * 2 / 3; // where related names differ
-    return text.substr(0, width - 1 - tail) + '~' + text.substr(text.size() - tail);
+TextTable change_table(size_t line_width) {
+    return {{{"TIME", 19},
+             {"SEVERITY", 8},
+             {"CHANGE", 8},
+             {"SENSOR", sensor_width()},
+             {"ENTITY", 15},
+             {"COUNT", 5, true, 3},
+             {"CODE", 4, true, 1},
+             {"FAULT", 30, false, 2},
+             {"EVENT", 28}},
+            line_width};
 }
 
 } // namespace
 
-std::string fault_name(const fe_write_buf &record) {
-    const auto code = static_cast<uint32_t>(record.vemoFaultCode % entity_filter::codes_per_rank);
-    const char *known = get_fault_code_string(code);
-    const std::string own = field_text(record.FaultName);
-    return strcmp(known, "Unknown") == 0 && !own.empty() ? own : known;
+std::string change_words(const Change &change) {
+    switch (change.origin) {
+    case Origin::stale_pass: return "the sensor has recovered";
+    case Origin::duplicate_pass: return "a duplicate of another fault";
+    default: break;
+    }
+    if (cleared_by_another_event(change))
+        return event_words(*change.after) + " (raised by " + ipmi_access::event_words(*change.before->raised_by) + ')';
+    return event_words(*change.after);
 }
 
-FaultList::FaultList(FILE *out) : out_(out), colour_(wants_colour(out)), line_width_(line_width(out)) {}
-
-void FaultList::print_line(const fe_write_buf &record, const char *fifth, int fifth_width) {
-    const auto severity = static_cast<uint32_t>(record.vemoFaultSeverity);
-    const bool coloured = colour_ && severity < std::size(colours);
-    const std::string entity = std::to_string(record.entity_id) + '.' + std::to_string(record.entity_instance);
-    char rest[128];
-    const int rest_length =
-        snprintf(rest, sizeof rest, "%-19s %-7s %-*s %5u %6d ", field_text(record.sensor_name).c_str(), entity.c_str(),
-                 fifth_width, fifth, record.vemoFaultOccur, record.vemoFaultCode);
-    const size_t used = time_and_severity_width + static_cast<size_t>(rest_length);
-    const size_t room = line_width_ == 0 ? 0 : std::max(min_name_width, line_width_ - std::min(line_width_, used));
-    fprintf(out_, "%-19.19s %s%-8.8s%s %s%s\n", field_text(record.TimeOfEvent).c_str(),
-            coloured ? colours[severity] : "", severity_text(record).c_str(), coloured ? "\033[0m" : "", rest,
-            shortened(fault_name(record), room).c_str());
+void ChangeList::print(const Change &change) {
+    if (!table_) {
+        table_ = change_table(line_width_);
+        table_->print_head(stdout);
+    }
+    const Fault &fault = *change.after;
+    table_->print(stdout,
+                  {time_words(time_of(change)), severity_word(fault.severity), change_word(change.kind),
+                   sensor_words(fault), entity_words(fault), std::to_string(fault.count), code_text(fault),
+                   fault_name(fault), change_words(change)},
+                  severity_column, severity_colour(fault.severity));
 }
 
-void FaultList::print_change_header() {
-    fprintf(out_, "%-19s %-8s %-19s %-7s %-*s %5s %6s %s\n", "TIME", "SEVERITY", "SENSOR", "ENTITY", change_width,
-            "CHANGE", "COUNT", "CODE", "FAULT");
-}
-
-void FaultList::print_change(const fe_write_buf &record, const char *change) {
-    print_line(record, change, change_width);
-}
-
-void FaultList::print_table(std::span<const fe_write_buf> faults) {
-    fprintf(out_, "%-19s %-8s %-19s %-7s %-*s %5s %6s %s\n", "TIME", "SEVERITY", "SENSOR", "ENTITY", cause_width,
-            "CAUSE", "COUNT", "CODE", "FAULT");
-    for (const fe_write_buf &fault : faults)
-        print_line(fault, get_probable_cause_string(static_cast<uint32_t>(fault.ProbableCause)), cause_width);
+void print_fault_list(FILE *out, std::span<const Fault> faults, size_t line_width) {
+    const bool have_events = std::ranges::any_of(faults, [](const Fault &fault) { return fault.event.has_value(); });
+    std::vector<Column> columns = {{"LAST", 19},           {"SEVERITY", 8},       {"SENSOR", 6},
+                                   {"ENTITY", 6},          {"COUNT", 5, true, 4}, {"FIRST", 5, false, 3},
+                                   {"CAUSE", 5, false, 1}, {"CODE", 4, true, 2},  {"FAULT", 5, false, 5}};
+    if (have_events)
+        columns.push_back({"EVENT", 5});
+    TextTable table(columns, line_width);
+    std::vector<Cells> lines;
+    for (const Fault &fault : faults) {
+        Cells cells = {time_words(fault.last_time),
+                       severity_word(fault.severity),
+                       sensor_words(fault),
+                       entity_words(fault),
+                       std::to_string(fault.count),
+                       time_words(fault.first_time),
+                       cause_word(fault),
+                       code_text(fault),
+                       fault_name(fault)};
+        if (have_events)
+            cells.push_back(event_words(fault));
+        table.fit(cells);
+        lines.push_back(std::move(cells));
+    }
+    if (lines.empty())
+        fputs("no active faults\n", out);
+    else
+        table.print_head(out);
+    for (size_t i = 0; i < lines.size(); i++)
+        table.print(out, lines[i], severity_column, severity_colour(faults[i].severity));
 }

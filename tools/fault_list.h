@@ -1,32 +1,26 @@
-// Faults as lines of columns. On a terminal the severity has a colour, unless NO_COLOR is set, and fault names are
-// shortened in the middle to fit the line; anywhere else lines are as long as they are.
+// Faults as lines of columns.
 #pragma once
 
-#include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <span>
 #include <string>
 
-#include "fault_engine/fault_record.h"
+#include "tools/story.h"
+#include "tools/text_table.h"
 
-class FaultList {
+// Lines of what happens to faults as it happens.
+class ChangeList {
 public:
-    explicit FaultList(FILE *out);
-
-    // Lines of what happens to faults as it happens; `change` is what did.
-    void print_change_header();
-    void print_change(const fe_write_buf &record, const char *change);
-
-    // A table of faults with their causes.
-    void print_table(std::span<const fe_write_buf> faults);
+    explicit ChangeList(size_t line_width) : line_width_(line_width) {}
+    void print(const story::Change &change);
 
 private:
-    void print_line(const fe_write_buf &record, const char *fifth, int fifth_width);
-
-    FILE *out_;
-    bool colour_;
-    size_t line_width_; // 0: as long as it takes
+    size_t line_width_;
+    std::optional<TextTable> table_; // made for the first line
 };
 
-// Name of a record's fault code; of a code that has none, what the record itself calls the fault.
-std::string fault_name(const fe_write_buf &record);
+// What a change's event says, and what else is to be said of it.
+std::string change_words(const story::Change &change);
+
+void print_fault_list(FILE *out, std::span<const story::Fault> faults, size_t line_width);

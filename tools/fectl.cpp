@@ -1,58 +1,131 @@
 #include "tools/fectl.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdio>
-#include <string_view>
+#include <map>
+#include <string>
+
+#include "tools/cli.h"
 
 namespace {
 
-constexpr char usage[] =
-    R"(usage: fectl replay --sdr FILE --sel FILE [options]         what the engine makes of a captured SEL
-       fectl serve --sdr FILE [options]                     the engine, running, until SIGINT or SIGTERM
-       fectl request --socket PATH --entity N --instance N --severity WORD [options]
-                                                            sends it a fault request
-       fectl event --fifo PATH FILE...                      writes SEL records into its FIFO
-       fectl table [options]                                the fault table that an engine published
-       fectl COMMAND --help
-       fectl --help | --version
-)";
-
 struct Command {
-    std::string_view name;
-    int (*run)(int argc, char **argv);
+    const char *name;
+    const char *what;
+    Run (*prepare)(CLI::App &app);
 };
 constexpr Command commands[] = {
-    {"replay", run_replay}, {"serve", run_serve}, {"request", run_request}, {"event", run_event}, {"table", run_table}};
+    {"replay", "What the engine makes of captured event logs: every fault, every change, and what became no fault",
+     prepare_replay},
+    {"explain", "How faults came about: each record that made, repeated, changed or cleared them", prepare_explain},
+    {"diff", "What is new, gone, worse or better between two captures or table folders", prepare_diff},
+    {"table", "The fault table that an engine has published", prepare_table},
+    {"serve", "The engine, running, until SIGINT, SIGTERM or SIGHUP", prepare_serve},
+    {"request", "Sends a running engine one fault request", prepare_request},
+    {"event", "Writes SEL records into the FIFO of a running engine", prepare_event},
+};
 
-int print(const char *text) {
-    fputs(text, stdout);
+// Else the first files that are opened would take their numbers, and be written to as standard output.
+void open_standard_descriptors() {
+    int fd;
+    do
+        fd = open("/dev/null", O_RDWR);
+    while (fd >= 0 && fd <= STDERR_FILENO);
+    if (fd > STDERR_FILENO)
+        close(fd);
+}
+
+int print(const std::string &text) {
+    fputs(text.c_str(), stdout);
     return exit_ok;
 }
 
+// The options come after the command, so a single one of them is parsed.
+class Parser {
+public:
+    Parser() {
+        app_.name("fectl");
+        app_.set_version_flag("-V,--version", "fectl " FECTL_VERSION, "the version");
+        app_.set_help_flag("-h,--help", "this text");
+        app_.footer("fectl help COMMAND, or fectl COMMAND --help, tells its options.");
+        app_.require_subcommand(0, 1);
+        for (const Command &command : commands)
+            add(command);
+        CLI::App *help = app_.add_subcommand("help", "The options of a command");
+        help->add_option("COMMAND", help_for_, "the command")->type_name("");
+        runs_[help] = [this] { return print(text_for(help_for_)); };
+    }
+
+    int run(int argc, char **argv) {
+        try {
+            app_.parse(argc, argv);
+        } catch (const CLI::CallForHelp &) {
+            return print(chosen() == nullptr ? app_.help() : chosen()->help("fectl"));
+        } catch (const CLI::CallForVersion &) {
+            return print("fectl " FECTL_VERSION "\n");
+        } catch (const CLI::ParseError &error) {
+            throw Refusal((chosen() == nullptr ? "" : chosen()->get_name() + ": ") + one_line(error.what()) +
+                          "; see fectl " + (chosen() == nullptr ? "--help" : "help " + chosen()->get_name()));
+        }
+        if (chosen() == nullptr)
+            throw Refusal("a command is missing; see fectl --help");
+        return runs_.at(chosen())();
+    }
+
+private:
+    void add(const Command &command) {
+        CLI::App *app = app_.add_subcommand(command.name, command.what);
+        app->set_help_flag("-h,--help", "this text");
+        app->get_formatter()->column_width(26);
+        runs_[app] = command.prepare(*app);
+    }
+
+    CLI::App *chosen() const {
+        const auto parsed = app_.get_subcommands();
+        return parsed.empty() ? nullptr : parsed.front();
+    }
+
+    std::string text_for(const std::string &command) {
+        if (command.empty())
+            return app_.help();
+        for (const auto &[app, run] : runs_)
+            if (app->get_name() == command)
+                return app->help("fectl");
+        throw Refusal("help: there is no command '" + command + "'; see fectl --help");
+    }
+
+    static std::string one_line(std::string text) {
+        std::ranges::replace(text, '\n', ' ');
+        return text;
+    }
+
+    CLI::App app_{"Replays servers' event logs through the fault engine, runs the engine, and reads its fault table."};
+    std::map<const CLI::App *, Run> runs_;
+    std::string help_for_;
+};
+
 int run(int argc, char **argv) {
-    const std::string_view word = argc > 1 ? argv[1] : "";
-    for (const Command &command : commands)
-        if (word == command.name)
-            return command.run(argc - 1, argv + 1);
-    if (word == "--help" || word == "-h")
-        return print(usage);
-    if (word == "--version")
-        return print("fectl " FECTL_VERSION "\n");
-    throw Refusal(word.empty() ? "a command is missing; see fectl --help"
-                               : "unknown command or option '" + std::string(word) + "'; see fectl --help");
-}
-
-} // namespace
-
-int main(int argc, char **argv) {
-    int code;
     try {
-        code = run(argc, argv);
+        return Parser().run(argc, argv);
+    } catch (const Failure &failure) {
+        fprintf(stderr, "fectl: %s\n", failure.what());
+        return exit_failed;
     } catch (const std::exception &refusal) {
         fflush(stdout);
         fprintf(stderr, "fectl: %s\n", refusal.what());
         return exit_refused;
     }
-    if (fflush(stdout) != 0 || ferror(stdout)) {
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    open_standard_descriptors();
+    const int code = run(argc, argv);
+    if (code != exit_refused && (fflush(stdout) != 0 || ferror(stdout))) {
         fprintf(stderr, "fectl: cannot write the output\n");
         return exit_failed;
     }

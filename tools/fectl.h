@@ -1,18 +1,31 @@
 // The host program of the fault engine: one file a subcommand.
 #pragma once
 
+#include <functional>
 #include <stdexcept>
+
+namespace CLI {
+class App;
+}
 
 // Something is wrong with what the user gave: reported in one line on stderr, exit code 2.
 struct Refusal : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-enum ExitCode { exit_ok = 0, exit_failed = 1, exit_refused = 2 };
+// Something could not be done that was right to ask for: reported in one line on stderr, exit code 1.
+struct Failure : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
-// Each takes the arguments from the subcommand's name on and returns an exit code.
-int run_event(int argc, char **argv);
-int run_replay(int argc, char **argv);
-int run_request(int argc, char **argv);
-int run_serve(int argc, char **argv);
-int run_table(int argc, char **argv);
+enum ExitCode { exit_ok = 0, exit_failed = 1, exit_refused = 2, exit_fault_found = 3 };
+
+// Adds the options of a subcommand and returns what to do once they are parsed; that returns an exit code.
+using Run = std::function<int()>;
+Run prepare_diff(CLI::App &app);
+Run prepare_event(CLI::App &app);
+Run prepare_explain(CLI::App &app);
+Run prepare_replay(CLI::App &app);
+Run prepare_request(CLI::App &app);
+Run prepare_serve(CLI::App &app);
+Run prepare_table(CLI::App &app);

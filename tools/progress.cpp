@@ -4,21 +4,16 @@
 
 #include <cstdio>
 
-namespace {
-
-constexpr size_t long_capture = 2000;
-constexpr size_t records_per_update = 500;
-
-} // namespace
-
-void Progress::start(size_t total) {
-    total_ = total >= long_capture && isatty(STDERR_FILENO) ? total : 0;
-}
-
-void Progress::step() {
-    if (total_ == 0 || ++done_ % records_per_update != 0)
+void Progress::step(const char *what) {
+    constexpr std::chrono::milliseconds between{200};
+    constexpr size_t steps_between_looks = 64;
+    if (++done_ % steps_between_looks != 0 && total_ > steps_between_looks * 64)
         return;
-    fprintf(stderr, "\r%zu of %zu records", done_, total_);
+    const auto now = std::chrono::steady_clock::now();
+    if (now < next_ || isatty(STDERR_FILENO) == 0)
+        return;
+    next_ = now + between;
+    fprintf(stderr, "\r%zu of %zu %s", done_, total_, what);
     shown_ = true;
 }
 

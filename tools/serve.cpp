@@ -1,27 +1,21 @@
 // fectl serve: the engine, running.
+#include <algorithm>
 #include <csignal>
 #include <ctime>
+#include <memory>
 
-#include "platform/ipmi_access/ipmi_access_host.h"
+#include "tools/capture.h"
+#include "tools/cli.h"
 #include "tools/engine_files.h"
 #include "tools/engine_session.h"
+#include "tools/engine_watch.h"
 #include "tools/fectl.h"
 #include "tools/live_engine.h"
 #include "tools/request_socket.h"
 #include "tools/sel_fifo.h"
+#include "tools/view.h"
 
 namespace {
-
-constexpr char help[] = R"(usage: fectl serve --sdr FILE [options]
-
-Runs the engine: takes fault requests from a socket (fectl request) and SEL records from a FIFO (fectl event), and prints
-what each does to the faults. SIGINT or SIGTERM stops it; then it prints the active faults.
-
-  --sdr FILE        sensor data records, as written by "ipmitool sdr dump"
-  --sel FILE        the event log at the start, as written by "ipmitool sel writeraw" (default: an empty one)
-  --socket PATH     the socket to make (default: fectl.sock in DIR, or in /tmp)
-  --fifo-create     make the FIFO, SA_vSEL_FIFO in DIR or in /var, if it is missing
-)";
 
 // The engine's waits for a FIFO that cannot be opened are pauses, too.
 constexpr std::chrono::milliseconds short_pause{10};
@@ -29,45 +23,37 @@ constexpr std::chrono::milliseconds short_pause{10};
 constexpr timespec between_checks{.tv_sec = 0, .tv_nsec = 250'000'000};
 
 struct ServeOptions {
+    CaptureOptions capture;
     EngineOptions engine;
+    ViewOptions view;
     std::string socket;
     bool fifo_create = false;
-    bool help = false;
+
+    std::string socket_path() const {
+        const std::string &folder = engine.file_directory;
+        return socket.empty() ? (folder.empty() ? "/tmp" : folder) + "/fectl.sock" : socket;
+    }
 };
 
-ServeOptions read_options(int argc, char **argv) {
-    ServeOptions chosen;
-    const std::vector<option> options =
-        with_engine_options({{"socket", required_argument, nullptr, 'k'}, {"fifo-create", no_argument, nullptr, 'f'}});
-    parse_options(argc, argv, options.data(), [&chosen](int found, const char *argument) {
-        if (found == 'k')
-            chosen.socket = argument;
-        else if (found == 'f')
-            chosen.fifo_create = true;
-        else if (!chosen.engine.take(found, argument))
-            chosen.help = true;
-    });
-    if (!chosen.help && chosen.engine.sdr.empty())
-        throw Refusal("serve: --sdr FILE is needed; see fectl serve --help");
-    if (chosen.socket.empty())
-        chosen.socket = (chosen.engine.file_directory.empty() ? "/tmp" : chosen.engine.file_directory) + "/fectl.sock";
-    return chosen;
+void serve_capture(const CaptureFiles &files) {
+    LoadedCapture loaded = load_capture(files);
+    const size_t records = loaded.capture.records.size();
+    if (records > ipmi_access::max_walk_records)
+        throw Refusal(files.sel + ": " + std::to_string(records) + " records, but the start-up walk takes " +
+                      std::to_string(ipmi_access::max_walk_records));
+    std::ranges::for_each(loaded.warnings, warn);
+    ipmi_access::serve(std::move(loaded.capture));
 }
 
-void load_captures(const EngineOptions &chosen) {
-    chosen.load_captures();
-    if (ipmi_access::sel_size() > ipmi_access::max_walk_records)
-        throw Refusal(chosen.sel + ": " + std::to_string(ipmi_access::sel_size()) +
-                      " records, but the start-up walk takes " + std::to_string(ipmi_access::max_walk_records));
-}
-
-// SIGINT and SIGTERM, which wait in the process from the moment this is made; threads made later don't see them either.
+// The signals that tell to stop. They wait in the process from the moment this is made; threads made later don't see them
+// either.
 class StopSignals {
 public:
     StopSignals() {
         sigemptyset(&set_);
         sigaddset(&set_, SIGINT);
         sigaddset(&set_, SIGTERM);
+        sigaddset(&set_, SIGHUP);
         pthread_sigmask(SIG_BLOCK, &set_, nullptr);
     }
 
@@ -83,29 +69,48 @@ private:
     sigset_t set_;
 };
 
-} // namespace
-
-int run_serve(int argc, char **argv) {
-    const ServeOptions chosen = read_options(argc, argv);
-    if (chosen.help) {
-        printf("%s%s", help, engine_options_help);
-        return exit_ok;
-    }
+int serve(const ServeOptions &chosen) {
     const StopSignals stop_signals;
-    load_captures(chosen.engine);
-    RequestSocket requests(chosen.socket);
-    EngineSession session(chosen.engine, short_pause);
+    serve_capture(chosen.capture.files);
+    RequestSocket requests(chosen.socket_path());
+    const std::unique_ptr<View> view = make_view(chosen.view);
+    const EngineSession session(chosen.engine, short_pause, *view);
     SelFifo records(engine_file(sel_fifo_path), chosen.fifo_create);
     setvbuf(stdout, nullptr, _IOLBF, 0);
     LiveEngine engine(requests, records);
     engine.start();
-    fprintf(stderr, "ready: socket %s, FIFO %s\n", chosen.socket.c_str(), records.path().c_str());
+    fprintf(stderr, "ready: socket %s, FIFO %s\n", chosen.socket_path().c_str(), records.path().c_str());
 
     const bool told_to_stop = stop_signals.await(engine);
     if (!told_to_stop)
         fprintf(stderr, "fectl: the engine has stopped: %s is gone or fails\n", records.path().c_str());
     engine.stop();
-    const RequestsSeen requests_seen = {fe_core::request_counts(), requests.drain()};
-    session.print_end(&requests_seen);
-    return told_to_stop ? exit_ok : exit_failed;
+    const RequestsSeen requests_seen = {fe_core::request_counts(), requests.drain(), records.drain()};
+    const story::Ending ending = engine_ending();
+    view->end(ending, &requests_seen);
+    const bool good = session.files_are_good() && told_to_stop;
+    return good ? exit_code(chosen.view, ending.active) : exit_failed;
+}
+
+} // namespace
+
+Run prepare_serve(CLI::App &app) {
+    const auto chosen = std::make_shared<ServeOptions>();
+    app.description(
+        "Runs the engine: takes fault requests from a socket (fectl request) and SEL records from a FIFO (fectl\n"
+        "event), and prints what each does to the faults. SIGINT, SIGTERM or SIGHUP stops it; then it prints\n"
+        "the active faults.");
+    add_capture_options(app, chosen->capture);
+    app.add_option("--socket", chosen->socket, "the socket to make (default: fectl.sock in DIR, or in /tmp)")
+        ->type_name("PATH");
+    app.add_flag("--fifo-create", chosen->fifo_create,
+                 "make the FIFO, SA_vSEL_FIFO in DIR or in /var, if it is missing");
+    add_engine_options(app, chosen->engine, "where the engine's files go (default: its own /tmp and /var)");
+    add_view_options(app, chosen->view);
+    add_refused_option(app, chosen->view);
+    return [chosen] {
+        if (chosen->capture.files.sdr.empty())
+            throw Refusal("serve: --sdr FILE is needed; see fectl help serve");
+        return serve(*chosen);
+    };
 }

@@ -1,42 +1,30 @@
 // fectl table: the fault table that an engine published.
-#include "tools/fault_list.h"
+#include <memory>
+
+#include "tools/cli.h"
 #include "tools/fectl.h"
-#include "tools/options.h"
-#include "tools/table_files.h"
+#include "tools/published_table.h"
+#include "tools/view.h"
 
 namespace {
 
-constexpr char help[] = R"(usage: fectl table [--file-dir DIR]
-
-Prints the faults of fe_table.entry and fe_table.sz, newest first.
-
-  --file-dir DIR   where the two files are (default: /tmp)
-  -h, --help       this text
-)";
-
-constexpr option options[] = {
-    {"file-dir", required_argument, nullptr, 'd'},
-    {"help", no_argument, nullptr, 'h'},
-    {},
+struct TableOptions {
+    std::string directory = "/tmp";
+    ViewOptions view;
 };
+
+int print_table(const TableOptions &chosen) {
+    const std::vector<story::Fault> faults = read_published_table(chosen.directory);
+    make_view(chosen.view)->table(faults);
+    return exit_code(chosen.view, faults);
+}
 
 } // namespace
 
-int run_table(int argc, char **argv) {
-    std::string directory = "/tmp";
-    bool wants_help = false;
-    parse_options(argc, argv, options, [&](int found, const char *argument) {
-        if (found == 'h')
-            wants_help = true;
-        else
-            directory = checked_directory(argument);
-    });
-    if (wants_help) {
-        fputs(help, stdout);
-        return exit_ok;
-    }
-    const std::vector<fe_write_buf> faults = read_table_files(directory);
-    FaultList(stdout).print_table(faults);
-    printf("%zu active fault%s\n", faults.size(), faults.size() == 1 ? "" : "s");
-    return exit_ok;
+Run prepare_table(CLI::App &app) {
+    const auto chosen = std::make_shared<TableOptions>();
+    app.description("Prints the faults of fe_table.entry and fe_table.sz.");
+    cli::add_directory(app, "--file-dir", chosen->directory, "where the two files are (default: /tmp)");
+    add_view_options(app, chosen->view);
+    return [chosen] { return print_table(*chosen); };
 }

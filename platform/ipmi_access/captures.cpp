@@ -5,12 +5,8 @@
 
 #include "fault_engine/sel.h"
 #include "platform/ipmi_access/byte_cursor.h"
-#include "platform/ipmi_access/capture_file.h"
 #include "platform/ipmi_access/event_text.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
-#include "platform/ipmi_access/readings.h"
-#include "platform/ipmi_access/sdr_dump.h"
-#include "platform/ipmi_access/sel_dump.h"
 #include "platform/time_text.h"
 
 namespace ipmi_access {
@@ -20,10 +16,8 @@ constexpr uint8_t threshold_events = 0x01;
 constexpr int32_t failed = -1;
 
 // Written while captures are loaded, before the engine starts; only read afterwards.
-Sensors sensors;
+Capture server;
 std::array<uint8_t, 256> ranks;
-Readings readings;
-std::vector<sel_record> sel;
 size_t walk_records = 0;
 
 bool of_one_kind(const Sensor &a, const Sensor &b) {
@@ -38,14 +32,9 @@ uint8_t rank_among(const Sensors &all, const Sensor &sensor) {
     }));
 }
 
-const Sensor *find_sensor(int32_t number) {
-    const bool known = number >= 0 && number < 256 && sensors[static_cast<size_t>(number)];
-    return known ? &*sensors[static_cast<size_t>(number)] : nullptr;
-}
-
-std::string sensor_name(int32_t number) {
+std::string sensor_name(uint32_t number) {
     const Sensor *sensor = find_sensor(number);
-    return sensor != nullptr ? sensor->name : unnamed_sensor(static_cast<uint32_t>(number));
+    return sensor != nullptr ? sensor->name : unnamed_sensor(number);
 }
 
 // Copies the text and its NUL, cut to the field; returns the length.
@@ -56,23 +45,12 @@ uint32_t write_text(char (&field)[size], const std::string &text) {
     return static_cast<uint32_t>(length);
 }
 
-// The decode area: the callers' own fields lie before next_record_id and between it and the entries, which come last
-// and have room for one chunk whatever the size that the caller gives.
-constexpr size_t next_record_id_offset = 16;
-constexpr size_t entries_offset = 180242;
-constexpr uint16_t max_chunk = 512;
-constexpr uint16_t no_more_records = 0xFFFF;
-
-void put_u16(uint8_t *bytes, uint16_t value) {
-    memcpy(bytes, &value, sizeof value);
-}
-
 sel_list_entry list_entry(const sel_record &record) {
     return {record, {record.sensor_number, 0, 0, 0}};
 }
 
 int32_t sensor_data(int32_t sensor_number, uint32_t *record_type, sensor_data_record *sensor) {
-    const Sensor *found = find_sensor(sensor_number);
+    const Sensor *found = find_sensor(static_cast<uint32_t>(sensor_number));
     if (found == nullptr)
         return failed;
     *record_type = found->record_type;
@@ -86,8 +64,9 @@ int32_t sensor_data(int32_t sensor_number, uint32_t *record_type, sensor_data_re
 }
 
 int32_t sensor_reading(int32_t sensor_number, uint32_t *reading, uint32_t *status, uint32_t *state) {
-    const auto found =
-        sensor_number >= 0 && sensor_number < 256 ? readings.find(static_cast<uint8_t>(sensor_number)) : readings.end();
+    const Readings &readings = server.readings;
+    const bool is_number = sensor_number >= 0 && sensor_number < 256;
+    const auto found = is_number ? readings.find(static_cast<uint8_t>(sensor_number)) : readings.end();
     if (found == readings.end())
         return failed;
     *reading = 0;
@@ -105,7 +84,7 @@ int32_t put_event_text(uint32_t, const sel_entry_fields *fields, sel_text_rec *t
     const Event event{static_cast<uint8_t>(fields->sensor_type), static_cast<uint8_t>(fields->event_type),
                       static_cast<uint8_t>(fields->event_data_1 & 0x0F), fields->event_direction != 0};
     text->event_length =
-        write_text(text->event, event_text(sensor_name(static_cast<int32_t>(fields->sensor_number)), event));
+        write_text(text->event, event_text(sensor_name(fields->sensor_number), event));
     text->timestamp_length = write_text(text->timestamp, std::to_string(fields->timestamp));
     write_time_text(text->date, fields->timestamp);
     return 0;
@@ -119,20 +98,16 @@ int32_t put_sel_size(uint32_t *first, int32_t, uint16_t *second, uint16_t *total
 }
 
 // Record ids of real logs wrap and repeat, so the ids asked for and given here are positions, from 1.
-int32_t decode(void *area, uint32_t, const void *request, uint32_t *decoded) {
-    ByteCursor words({static_cast<const uint8_t *>(request), 4});
-    const size_t first = words.u16();
-    const size_t asked = std::min(words.u16(), max_chunk);
-    if (first == 0 || first > walk_records)
+int32_t decode(sel_decode_area *area, uint32_t, sel_chunk_request *request, uint32_t *decoded) {
+    const size_t first = request->first_record_id;
+    if (first == 0 || first > walk_records) {
         return failed;
-    const size_t count = std::min(asked, walk_records - (first - 1));
-    uint8_t *bytes = static_cast<uint8_t *>(area);
-    for (size_t i = 0; i < count; i++) {
-        const sel_list_entry entry = list_entry(sel[first - 1 + i]);
-        memcpy(bytes + entries_offset + i * sizeof entry, &entry, sizeof entry);
     }
+    const size_t asked = std::min<size_t>(request->entries, SEL_CHUNK_ENTRIES);
+    const size_t count = std::min(asked, walk_records - (first - 1));
+    std::transform(&server.records[first - 1], &server.records[first - 1] + count, area->entries, list_entry);
     const size_t next = first + count;
-    put_u16(bytes + next_record_id_offset, next > walk_records ? no_more_records : static_cast<uint16_t>(next));
+    area->next_record_id = next > walk_records ? uint16_t{SEL_END_OF_LOG} : static_cast<uint16_t>(next);
     *decoded = static_cast<uint32_t>(count);
     return 0;
 }
@@ -146,7 +121,7 @@ int32_t put_extended_text(const uint8_t *bytes, int32_t, char *timestamp, uint16
     const uint32_t seconds = ByteCursor(record.timestamp).u32();
     const size_t room = *timestamp_length;
     *timestamp_length = static_cast<uint16_t>(snprintf(timestamp, room, "%u", seconds) + 1);
-    snprintf(event, sizeof(sel_text_rec::event), "%s", event_text(sensor_name(sensor_number), fields).c_str());
+    snprintf(event, sizeof(sel_text_rec::event), "%s", event_text(sensor_name(static_cast<uint32_t>(sensor_number)), fields).c_str());
     *flag_1 = 0;
     *flag_2 = 0;
     return 0;
@@ -173,34 +148,25 @@ Hooks hooks = {
     .date_text = put_date_text,
 };
 
-void load_sdr(const std::string &path) {
-    Sensors loaded = parse_sdr_dump(read_capture(path), path);
-    sensors = std::move(loaded);
-    for (const auto &sensor : sensors)
+void serve(Capture capture) {
+    server = std::move(capture);
+    for (const auto &sensor : server.sensors)
         if (sensor)
-            ranks[sensor->number] = rank_among(sensors, *sensor);
+            ranks[sensor->number] = rank_among(server.sensors, *sensor);
+    limit_walk(server.records.size());
 }
 
-void load_sel(const std::string &path) {
-    sel = parse_sel_dump(read_capture(path), path);
-    limit_walk(sel.size());
+const Capture &served() {
+    return server;
 }
 
-void load_readings(const std::string &path) {
-    const std::vector<uint8_t> bytes = read_capture(path);
-    readings = parse_readings({reinterpret_cast<const char *>(bytes.data()), bytes.size()}, path);
-}
-
-size_t sel_size() {
-    return sel.size();
-}
-
-const uint8_t *record_at(size_t position) {
-    return reinterpret_cast<const uint8_t *>(&sel[position]);
+const Sensor *find_sensor(uint32_t number) {
+    const bool known = number < server.sensors.size() && server.sensors[number];
+    return known ? &*server.sensors[number] : nullptr;
 }
 
 void limit_walk(size_t records) {
-    walk_records = std::min({records, sel.size(), max_walk_records});
+    walk_records = std::min({records, server.records.size(), max_walk_records});
 }
 
 uint32_t sensor_rank(uint32_t sensor_number) {

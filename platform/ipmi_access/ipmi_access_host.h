@@ -6,6 +6,11 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <vector>
+
+#include "fault_engine/sel.h"
+#include "platform/ipmi_access/readings.h"
+#include "platform/ipmi_access/sdr_dump.h"
 
 #include "platform/ipmi_access/ipmi_access.h"
 
@@ -30,13 +35,18 @@ struct CaptureError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Each throws CaptureError and leaves what was loaded before as it was.
-void load_sdr(const std::string &path);      // as written by `ipmitool sdr dump`
-void load_sel(const std::string &path);      // as written by `ipmitool sel writeraw`
-void load_readings(const std::string &path); // present states of sensors: "0x2e 0x0008" a line, # comments
+// What is known of one server.
+struct Capture {
+    Sensors sensors{};
+    std::vector<sel_record> records; // the SEL, in order
+    Readings readings;               // present states of sensors; one without cannot be read
+};
 
-size_t sel_size();                         // records in the SEL
-const uint8_t *record_at(size_t position); // 16 bytes, valid until the next load_sel()
+// From now on the engine meets this server.
+void serve(Capture capture);
+const Capture &served();
+
+const Sensor *find_sensor(uint32_t number); // null when no record describes it
 
 // The first `records` records alone are visible to SELTotalSEL and DecodeSel, at most max_walk_records, which is what
 // the start-up walk can count.

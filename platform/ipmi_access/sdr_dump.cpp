@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
+#include <vector>
 
 #include "platform/ipmi_access/byte_cursor.h"
 #include "platform/ipmi_access/capture_file.h"
+#include "platform/ipmi_access/utf8.h"
 
 namespace ipmi_access {
 namespace {
@@ -21,6 +24,7 @@ struct Layout {
 };
 constexpr Layout layouts[] = {{1, 7, 8, 0, 42}, {2, 7, 8, 18, 26}, {3, 5, 6, 7, 11}};
 
+constexpr size_t owner_offset = 0;
 constexpr size_t number_offset = 2;
 constexpr size_t entity_id_offset = 3;
 constexpr size_t entity_instance_offset = 4;
@@ -28,23 +32,19 @@ constexpr uint8_t instance_mask = 0x7F; // bit 7 says that the entity is a logic
 
 struct Record {
     size_t offset;
+    uint8_t version;
     uint8_t type;
     std::span<const uint8_t> body;
 };
 
 Record take_record(ByteCursor &dump, const std::string &path) {
-    Record record{dump.offset(), 0, {}};
+    Record record{dump.offset(), 0, 0, {}};
     dump.u16(); // record id
-    const uint8_t version = dump.u8();
+    record.version = dump.u8();
     record.type = dump.u8();
     const uint8_t length = dump.u8();
     if (dump.ran_out())
         fail_at(path, record.offset, "the record is cut short in its header");
-    if (version != sdr_version) {
-        char what[64];
-        snprintf(what, sizeof what, "version 0x%02x is not that of a sensor data record", version);
-        fail_at(path, record.offset, what);
-    }
     record.body = dump.take(length);
     if (dump.ran_out())
         fail_at(path, record.offset,
@@ -85,10 +85,15 @@ std::string decode_name(uint8_t type_length, std::span<const uint8_t> bytes) {
     }
 }
 
-// Names are padded with blanks or zeros; inside them there is nothing that would end a word of the event text.
-std::string one_word(std::string name) {
+// Names are padded with blanks or zeros.
+std::string trimmed(std::string name) {
     const size_t last = name.find_last_not_of(std::string_view(" \0", 2));
     name.resize(last == std::string::npos ? 0 : last + 1);
+    return name;
+}
+
+// Inside it there is nothing that would end a word of the event text.
+std::string one_word(std::string name) {
     std::ranges::transform(name, name.begin(), [](char c) { return c > ' ' && c <= '~' ? c : '_'; });
     return name;
 }
@@ -120,43 +125,63 @@ Sharing read_sharing(const Layout &layout, std::span<const uint8_t> body) {
 
 void add_sensors(Sensors &sensors, const Layout &layout, std::span<const uint8_t> body) {
     const Sharing sharing = read_sharing(layout, body);
-    const std::string name = one_word(decode_name(body[layout.name], body.subspan(layout.name + size_t{1})));
+    const std::string label = trimmed(decode_name(body[layout.name], body.subspan(layout.name + size_t{1})));
     for (unsigned i = 0; i < sharing.count && body[number_offset] + i < sensors.size(); i++) {
         const unsigned number = body[number_offset] + i;
         if (sensors[number])
             continue;
         const unsigned instance = body[entity_instance_offset] + (sharing.steps_instance ? i : 0);
-        Sensor sensor{layout.record_type,
-                      static_cast<uint8_t>(number),
-                      body[entity_id_offset],
-                      static_cast<uint8_t>(instance & instance_mask),
-                      body[layout.sensor_type],
-                      body[layout.event_type],
-                      name};
-        if (name.empty())
-            sensor.name = unnamed_sensor(number);
+        std::string own = label;
+        if (label.empty())
+            own = unnamed_sensor(number);
         else if (sharing.count > 1)
-            sensor.name += name_modifier(sharing.alphabetic, sharing.modifier_offset + i);
-        sensors[number] = std::move(sensor);
+            own += name_modifier(sharing.alphabetic, sharing.modifier_offset + i);
+        sensors[number] = Sensor{layout.record_type,
+                                 body[owner_offset],
+                                 static_cast<uint8_t>(number),
+                                 body[entity_id_offset],
+                                 static_cast<uint8_t>(instance & instance_mask),
+                                 body[layout.sensor_type],
+                                 body[layout.event_type],
+                                 one_word(own),
+                                 utf8_text(own)};
     }
+}
+
+// What is wrong with it, or nothing.
+std::string fault_of(const Record &record, const Layout *layout) {
+    char what[80];
+    if (record.version != sdr_version) {
+        snprintf(what, sizeof what, "version 0x%02x is not that of a sensor data record", record.version);
+        return what;
+    }
+    if (layout == nullptr || record.body.size() > layout->name)
+        return "";
+    return "a sensor's record of type " + std::to_string(record.type) + " is longer than " +
+           std::to_string(record.body.size()) + " bytes";
 }
 
 } // namespace
 
-Sensors parse_sdr_dump(std::span<const uint8_t> dump, const std::string &path) {
+Sensors parse_sdr_dump(std::span<const uint8_t> dump, const std::string &path, Warnings &warnings) {
     Sensors sensors;
     ByteCursor cursor(dump);
-    while (!cursor.at_end()) {
+    size_t right = 0;
+    std::vector<std::pair<size_t, std::string>> wrong;
+    // Out of step, a dump would end in a record that is cut short; what is wrong first says more.
+    while (!cursor.at_end() && wrong.size() <= right + 1) {
         const Record record = take_record(cursor, path);
-        const auto *layout = std::ranges::find(layouts, record.type, &Layout::record_type);
-        if (layout == std::end(layouts))
-            continue;
-        if (record.body.size() <= layout->name)
-            fail_at(path, record.offset,
-                    "a sensor's record of type " + std::to_string(record.type) + " is longer than " +
-                        std::to_string(record.body.size()) + " bytes");
-        add_sensors(sensors, *layout, record.body);
+        const auto *found = std::ranges::find(layouts, record.type, &Layout::record_type);
+        const Layout *layout = found == std::end(layouts) ? nullptr : found;
+        if (const std::string what = fault_of(record, layout); !what.empty())
+            wrong.emplace_back(record.offset, what);
+        else if (++right; layout != nullptr)
+            add_sensors(sensors, *layout, record.body);
     }
+    if (wrong.size() > right)
+        fail_at(path, wrong.front().first, wrong.front().second);
+    for (const auto &[offset, what] : wrong)
+        warn_at(warnings, path, offset, what + "; the record is passed over");
     return sensors;
 }
 

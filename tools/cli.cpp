@@ -1,0 +1,79 @@
+#include "tools/cli.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <filesystem>
+#include <string_view>
+
+#include "fault_engine/fault_record.h"
+#include "tools/fectl.h"
+
+namespace cli {
+namespace {
+
+struct SeverityWord {
+    std::string_view word;
+    fe_severity severity;
+};
+constexpr SeverityWord severity_words[] = {
+    {"cleared", FE_SEVERITY_CLEARED}, {"info", FE_SEVERITY_INFO},   {"warning", FE_SEVERITY_WARNING},
+    {"minor", FE_SEVERITY_MINOR},     {"major", FE_SEVERITY_MAJOR}, {"critical", FE_SEVERITY_CRITICAL},
+};
+
+std::string check_directory(const std::string &path) {
+    if (!std::filesystem::is_directory(path))
+        throw Refusal(path + ": not a directory");
+    if (access(path.c_str(), X_OK) != 0)
+        throw Refusal(path + ": " + strerror(errno));
+    return path;
+}
+
+} // namespace
+
+int64_t parse_number(const std::string &name, const std::string &text, int64_t least, int64_t most) {
+    const bool hexadecimal = text.starts_with("0x") && !text.starts_with("0x-");
+    const char *digits = text.c_str() + (hexadecimal ? 2 : 0);
+    const char *end = text.c_str() + text.size();
+    int64_t value = 0;
+    const auto [stopped, error] = std::from_chars(digits, end, value, hexadecimal ? 16 : 10);
+    if (stopped != end || stopped == digits || error != std::errc() || value < least || value > most)
+        throw Refusal(name + ": '" + text + "' is not a number from " + std::to_string(least) + " to " +
+                      std::to_string(most));
+    return value;
+}
+
+int32_t parse_severity(const std::string &name, const std::string &text) {
+    const auto *known = std::ranges::find(severity_words, text, &SeverityWord::word);
+    if (known != std::end(severity_words))
+        return known->severity;
+    if (text.empty() || isalpha(static_cast<unsigned char>(text[0])) != 0)
+        throw Refusal(name + ": '" + text +
+                      "' is no severity; there are cleared, info, warning, minor, major and critical");
+    return static_cast<int32_t>(parse_number(name, text, INT32_MIN, INT32_MAX));
+}
+
+CLI::Validator one_of(std::vector<std::string> words) {
+    const auto check = [words = std::move(words)](const std::string &text) {
+        std::string known;
+        for (const std::string &word : words)
+            known += (known.empty() ? "" : word == words.back() ? " or " : ", ") + word;
+        return std::ranges::find(words, text) != words.end() ? "" : "'" + text + "' is not one of " + known;
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Option *add_file(CLI::App &app, const std::string &name, std::string &target, const std::string &help) {
+    return app.add_option(name, target, help)->type_name("FILE");
+}
+
+CLI::Option *add_directory(CLI::App &app, const std::string &name, std::string &target, const std::string &help) {
+    const auto take = [&target](const std::string &text) { target = check_directory(text); };
+    return app.add_option_function<std::string>(name, take, help)->type_name("DIR");
+}
+
+} // namespace cli

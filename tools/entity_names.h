@@ -1,0 +1,7 @@
+// Names of IPMI entities.
+#pragma once
+
+#include <cstdint>
+
+// After IPMI v2.0, table 43-13, or null.
+const char *entity_name(uint8_t entity_id);
