@@ -89,15 +89,17 @@ TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
             }
             expected.insert(expected.end(), {&rbuf->fe_read_wait_cond, &rbuf->fe_read_wait_mutex,
                                              &rbuf->fe_read_buf_cond, &rbuf->fe_read_buf_mutex});
-            for (int i = 0; i < moment.requests; ++i)
+            for (int i = 0; i < moment.requests; ++i) {
                 place(*rbuf, request_of(29, 5));
+            }
             await(moment.until);
         };
         world().dispatch = [&](fe_read_buf &request, fe_write_buf_struct &block) {
             ++dispatched;
             moment.dispatch_sees_stop ? await_stop() : void();
-            for (int i = 0; i < 1000; ++i)
+            for (int i = 0; i < 1000; ++i) {
                 std::this_thread::yield();
+            }
             EXPECT_TRUE(take_destroyed().empty());
             EXPECT_TRUE(fe_read_buf_struct_ptr == rbuf && fe_write_buf_struct_ptr == &block);
             std::memcpy(block.fe_write_buf, &request, sizeof request);
