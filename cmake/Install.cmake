@@ -72,8 +72,11 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR} ${PROJECT_BINARY_DIR}/platform)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-if(CMAKE_SYSTEM_PROCESSOR STREQUAL arm)
+if(CMAKE_CROSSCOMPILING) # without the target's package database, which tells what the library and libstdc++ need
     set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
+    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS OFF)
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libc6 (>= 2.34)")
+    set(cross_depends ", libc6 (>= 2.34), libgcc-s1 (>= 3.5), libstdc++6 (>= 12)")
 endif()
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libfault-engine0)
@@ -91,7 +94,7 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers of the library and of its n
 pkg-config file, documents and an example daemon.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME fault-engine-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION admin)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libfault-engine0 (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libfault-engine0 (= ${PROJECT_VERSION})${cross_depends}")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Program fectl, which replays captures of the SEL and runs the
 engine live beside stand-ins of its neighbours.")
 
