@@ -31,9 +31,13 @@ protected:
         world().event_text = "P1_THERM: going high";
     }
 
-    // Whoever waits tests what he waits for with the mutex held: a wake-up without it may come in between.
+    // Whoever waits tests what he waits for with the mutex held: a wake-up without it may come in between. A SEL road, which
+    // is this thread's, wakes the owner of the write buffer up when it leaves that, and has unlocked it by then.
     void expect_wake_ups_with_mutex() {
-        on_wake_up = [this](const void *cond) {
+        on_wake_up = [this, road = pthread_self()](const void *cond) {
+            const std::array buffers = {&rbuf->fe_read_buf_cond, &rbuf->fe_read_wait_cond};
+            const bool leaves = pthread_equal(pthread_self(), road) != 0 && std::ranges::count(buffers, cond) == 0;
+            EXPECT_FALSE(leaves && !is_free(fe_write_buf_struct_ptr->fe_write_buf_mutex));
             EXPECT_FALSE(cond == &rbuf->fe_read_buf_cond && is_free(rbuf->fe_read_buf_mutex));
             EXPECT_FALSE(cond == &rbuf->fe_read_wait_cond && is_free(rbuf->fe_read_wait_mutex));
         };
