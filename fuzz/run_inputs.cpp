@@ -14,7 +14,11 @@ static void run(const std::string &name, const std::string &bytes) {
     LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size());
 }
 
-int main(int, char **argv) {
+int main(int argc, char **argv) {
+    if (argc != 2) {
+        fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
+        return 2;
+    }
     std::error_code none; // of the folder, which a target need not have
     for (const auto &entry : std::filesystem::directory_iterator(argv[1], none)) {
         std::ifstream file(entry.path(), std::ios::binary);
