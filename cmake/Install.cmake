@@ -32,6 +32,8 @@ if(FE_TOOLS)
     set_target_properties(fectl PROPERTIES
         INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR};$ORIGIN/../${CMAKE_INSTALL_LIBDIR}/fault_engine")
     install(TARGETS fectl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+    install(FILES packaging/completion/fectl DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+        COMPONENT tools)
     fe_compress(packaging/man/fectl.1 fectl.1.gz)
     install(FILES ${PROJECT_BINARY_DIR}/fectl.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
     install(DIRECTORY examples/captures DESTINATION ${doc_dir}/fault-engine-tools/examples COMPONENT tools)

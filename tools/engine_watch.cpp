@@ -13,6 +13,7 @@
 #include "platform/fe_core/fe_core.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
 #include "tools/fault_history.h"
+#include "tools/sel_fifo.h"
 
 namespace {
 
@@ -182,6 +183,7 @@ story::Ending engine_ending() {
 
 int32_t process_sel_data(const uint8_t *record) {
     static const auto engine_function = behind<decltype(process_sel_data)>("process_sel_data");
+    fifo_record_taken();
     if (!begin_record())
         return 0;
     in_hand = {};
