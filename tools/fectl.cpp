@@ -20,6 +20,7 @@ struct Command {
 constexpr Command commands[] = {
     {"replay", "What the engine makes of captured event logs: every fault, every change, and what became no fault",
      prepare_replay},
+    {"report", "One HTML page that shows the faults of servers over time", prepare_report},
     {"table", "The fault table that an engine has published", prepare_table},
     {"serve", "The engine, running, until SIGINT, SIGTERM or SIGHUP", prepare_serve},
     {"request", "Sends a running engine one fault request", prepare_request},
@@ -105,9 +106,11 @@ private:
     std::string help_for_;
 };
 
-int run(int argc, char **argv) {
+} // namespace
+
+int run_guarded(const Run &run) {
     try {
-        return Parser().run(argc, argv);
+        return run();
     } catch (const Failure &failure) {
         fprintf(stderr, "fectl: %s\n", failure.what());
         return exit_failed;
@@ -118,11 +121,9 @@ int run(int argc, char **argv) {
     }
 }
 
-} // namespace
-
 int main(int argc, char **argv) {
     open_standard_descriptors();
-    const int code = run(argc, argv);
+    const int code = run_guarded([&] { return Parser().run(argc, argv); });
     if (code != exit_refused && (fflush(stdout) != 0 || ferror(stdout))) {
         fprintf(stderr, "fectl: cannot write the output\n");
         return exit_failed;

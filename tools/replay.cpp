@@ -9,7 +9,7 @@
 #include "tools/engine_watch.h"
 #include "tools/fectl.h"
 #include "tools/private_folder.h"
-#include "tools/view.h"
+#include "tools/replay.h"
 
 namespace {
 
@@ -20,37 +20,43 @@ struct ReplayOptions {
     size_t live = 0;
 };
 
-// All that can be wrong with the input shows here, before the engine touches anything.
-void serve_capture(const ReplayOptions &chosen) {
-    const CaptureFiles &files = chosen.capture.files;
-    if (files.sdr.empty() || files.sel.empty())
-        throw Refusal("replay: both --sdr FILE and --sel FILE are needed; see fectl help replay");
+// All that can be wrong with the input shows here, before the engine touches anything. Returns how many records are live.
+size_t serve_capture(const CaptureFiles &files, std::optional<size_t> wanted) {
     LoadedCapture loaded = load_capture(files);
     for (const std::string &warning : loaded.warnings)
         warn(warning);
     const size_t records = loaded.capture.records.size();
-    if (records - std::min(chosen.live, records) > ipmi_access::max_walk_records)
+    const size_t too_many = records - std::min(records, ipmi_access::max_walk_records);
+    const size_t live = std::min(wanted.value_or(too_many), records);
+    if (live < too_many)
         throw Refusal(files.sel + ": " + std::to_string(records) + " records, but the start-up walk takes " +
-                      std::to_string(ipmi_access::max_walk_records) + "; --live " +
-                      std::to_string(records - ipmi_access::max_walk_records) + " keeps the rest for afterwards");
+                      std::to_string(ipmi_access::max_walk_records) + "; --live " + std::to_string(too_many) +
+                      " keeps the rest for afterwards");
     ipmi_access::serve(std::move(loaded.capture));
+    return live;
 }
 
-int replay(ReplayOptions chosen) {
-    serve_capture(chosen);
-    std::unique_ptr<PrivateFolder> folder;
-    if (chosen.engine.file_directory.empty()) {
-        folder = std::make_unique<PrivateFolder>();
-        chosen.engine.file_directory = folder->path();
-    }
-    const std::unique_ptr<View> view = make_view(chosen.view);
-    const EngineSession session(chosen.engine, std::chrono::milliseconds(0), *view);
-    replay_served_capture(std::min(chosen.live, ipmi_access::served().records.size()));
-    view->end(engine_ending(), nullptr);
-    return session.files_are_good() ? exit_ok : exit_failed;
+int replay(const ReplayOptions &chosen) {
+    const CaptureFiles &files = chosen.capture.files;
+    if (files.sdr.empty() || files.sel.empty())
+        throw Refusal("replay: both --sdr FILE and --sel FILE are needed; see fectl help replay");
+    return replay_capture(files, chosen.engine, chosen.live, *make_view(chosen.view));
 }
 
 } // namespace
+
+int replay_capture(const CaptureFiles &files, EngineOptions engine, std::optional<size_t> wanted, View &view) {
+    const size_t live = serve_capture(files, wanted);
+    std::unique_ptr<PrivateFolder> folder;
+    if (engine.file_directory.empty()) {
+        folder = std::make_unique<PrivateFolder>();
+        engine.file_directory = folder->path();
+    }
+    const EngineSession session(engine, std::chrono::milliseconds(0), view);
+    replay_served_capture(live);
+    view.end(engine_ending(), nullptr);
+    return session.files_are_good() ? exit_ok : exit_failed;
+}
 
 Run prepare_replay(CLI::App &app) {
     const auto chosen = std::make_shared<ReplayOptions>();

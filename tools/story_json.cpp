@@ -66,6 +66,7 @@ Json to_json(const Change &change) {
     else
         json.update({{"record_id", nullptr}, {"time", nullptr}, {"seconds_since_start", nullptr}});
     json["severity_before"] = change.before != nullptr ? Json(severity_word(change.before->severity)) : Json(nullptr);
+    json["table_code_before"] = change.before != nullptr ? Json(change.before->table_code) : Json(nullptr);
     json["cleared_by_another_event"] = cleared_by_another_event(change);
     add_fault(json, *change.after);
     return json;

@@ -1,0 +1,35 @@
+// Uses the page as its reader would, and leaves what it shows then in an element of its own.
+addEventListener('load', async () => {
+    const frame = () => new Promise(resolve => setTimeout(resolve, 50));
+    const root = document.querySelector('.timeline');
+    const lane = [...root.querySelectorAll('.lane')].find(one => one.textContent.includes('PSU1_STATUS'));
+    const widest = () => Math.max(...[...lane.querySelectorAll('.bars rect')].map(one => one.getBoundingClientRect().width));
+    const places = () => [...lane.querySelectorAll('.bars rect')].map(one => Math.round(one.getBoundingClientRect().x)).join();
+    const press = key => root.dispatchEvent(new KeyboardEvent('keydown', {key, bubbles: true}));
+    const result = {};
+    await frame();
+    lane.querySelector('button').click();
+    result.opened = [...lane.querySelectorAll('.records td.number')].map(cell => cell.textContent);
+    const bar = lane.querySelector('.bar');
+    bar.firstElementChild.nextElementSibling.dispatchEvent(new PointerEvent('pointerdown', {bubbles: true, button: 0}));
+    dispatchEvent(new PointerEvent('pointerup'));
+    result.bar = lane.querySelectorAll('.records tbody').length;
+    result.whole = widest();
+    press('+');
+    await frame();
+    result.zoomed = widest();
+    const before = places();
+    press('ArrowRight');
+    await frame();
+    result.moved = places() !== before;
+    const table = document.querySelector('table.faults'), filter = table.parentElement.previousElementSibling;
+    [...table.tHead.querySelectorAll('button')].find(one => one.textContent === 'Sensor').click();
+    result.sorted = [...table.tBodies[0].rows].map(row => row.cells[2].textContent);
+    filter.querySelector('select').value = '5';
+    filter.querySelector('select').dispatchEvent(new Event('input', {bubbles: true}));
+    result.critical = [...table.tBodies[0].rows].filter(row => !row.hidden).length;
+    const shown = document.createElement('output');
+    shown.id = 'result';
+    shown.textContent = JSON.stringify(result);
+    document.body.append(shown);
+});
