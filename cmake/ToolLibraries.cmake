@@ -14,3 +14,16 @@ endfunction()
 
 fe_header_library(cli11 CLI libcli11-dev)
 fe_header_library(json nlohmann nlohmann-json3-dev)
+
+# Captures may be packed; without these, such ones are refused.
+find_package(ZLIB)
+find_package(LibLZMA)
+add_library(fe_unpack INTERFACE)
+if(ZLIB_FOUND)
+    target_compile_definitions(fe_unpack INTERFACE FE_ZLIB)
+    target_link_libraries(fe_unpack INTERFACE ZLIB::ZLIB)
+endif()
+if(LIBLZMA_FOUND)
+    target_compile_definitions(fe_unpack INTERFACE FE_LZMA)
+    target_link_libraries(fe_unpack INTERFACE LibLZMA::LibLZMA)
+endif()

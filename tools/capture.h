@@ -10,12 +10,16 @@ namespace CLI {
 class App;
 }
 
-// The files of one server.
+// The files of one server; "-" is standard input, .gz and .xz are unpacked.
 struct CaptureFiles {
     std::string name; // for people
     std::string sdr;
     std::string sel;
-    std::string readings;
+    std::string readings; // state words as the engine takes them
+    std::string sensors;  // what ipmitool or ipmi-sensors prints of present states
+    bool order_by_time = false;
+
+    std::vector<std::string> paths() const; // of those that are given
 };
 
 struct LoadedCapture {
@@ -27,11 +31,18 @@ struct LoadedCapture {
 // CaptureError.
 LoadedCapture load_capture(const CaptureFiles &files);
 
-// The records of a SEL alone.
+// The records of a SEL alone; what is passed over is said.
 std::vector<sel_record> load_records(const std::string &path);
 
 // As given on a command line.
 struct CaptureOptions {
     CaptureFiles files;
+    std::string order = "log";
+    std::vector<std::string> operands; // files and folders
+
+    // Of the options and the operands: NAME.sdr and NAME.sel belong together, with NAME.readings and NAME.sensors if
+    // they are there. Throws Refusal when that leaves nothing, or something over.
+    std::vector<CaptureFiles> captures() const;
 };
 void add_capture_options(CLI::App &app, CaptureOptions &options);
+void add_capture_operands(CLI::App &app, CaptureOptions &options);

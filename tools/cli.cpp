@@ -57,6 +57,16 @@ int32_t parse_severity(const std::string &name, const std::string &text) {
     return static_cast<int32_t>(parse_number(name, text, INT32_MIN, INT32_MAX));
 }
 
+CLI::Validator one_of(std::vector<std::string> words) {
+    const auto check = [words = std::move(words)](const std::string &text) {
+        std::string known;
+        for (const std::string &word : words)
+            known += (known.empty() ? "" : word == words.back() ? " or " : ", ") + word;
+        return std::ranges::find(words, text) != words.end() ? "" : "'" + text + "' is not one of " + known;
+    };
+    return CLI::Validator(check, "");
+}
+
 CLI::Option *add_file(CLI::App &app, const std::string &name, std::string &target, const std::string &help) {
     return app.add_option(name, target, help)->type_name("FILE");
 }

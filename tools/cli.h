@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace cli {
 
@@ -21,6 +22,9 @@ int64_t parse_number(const std::string &name, const std::string &text, int64_t l
 
 // "cleared", "info", "warning", "minor", "major", "critical", or a number.
 int32_t parse_severity(const std::string &name, const std::string &text);
+
+// Refuses all but these words.
+CLI::Validator one_of(std::vector<std::string> words);
 
 CLI::Option *add_file(CLI::App &app, const std::string &name, std::string &target, const std::string &help);
 

@@ -25,7 +25,26 @@ std::string code_text(const Fault &fault) {
     return is_catalogue_code(base_code(fault)) ? std::to_string(base_code(fault)) : "-";
 }
 
-std::string change_event(const Change &change) {
+std::optional<uint32_t> time_of(const Change &change) {
+    return change.record ? change.record->time : change.after->last_time;
+}
+
+TextTable change_table(size_t line_width) {
+    return {{{"TIME", 19},
+             {"SEVERITY", 8},
+             {"CHANGE", 8},
+             {"SENSOR", sensor_width()},
+             {"ENTITY", 15},
+             {"COUNT", 5, true, 3},
+             {"CODE", 4, true, 1},
+             {"FAULT", 30, false, 2},
+             {"EVENT", 28}},
+            line_width};
+}
+
+} // namespace
+
+std::string change_words(const Change &change) {
     switch (change.origin) {
     case Origin::stale_pass: return "the sensor has recovered";
     case Origin::duplicate_pass: return "a duplicate of another fault";
@@ -36,32 +55,16 @@ std::string change_event(const Change &change) {
     return event_words(*change.after);
 }
 
-std::optional<uint32_t> time_of(const Change &change) {
-    return change.record ? change.record->time : change.after->last_time;
-}
-
-} // namespace
-
-ChangeList::ChangeList(size_t line_width)
-    : table_({{"TIME", 19},
-              {"SEVERITY", 8},
-              {"CHANGE", 8},
-              {"SENSOR", sensor_width()},
-              {"ENTITY", 15},
-              {"COUNT", 5, true, 3},
-              {"CODE", 4, true, 1},
-              {"FAULT", 30, false, 2},
-              {"EVENT", 28}},
-             line_width) {}
-
 void ChangeList::print(const Change &change) {
-    if (!std::exchange(head_printed_, true))
-        table_.print_head(stdout);
+    if (!table_) {
+        table_ = change_table(line_width_);
+        table_->print_head(stdout);
+    }
     const Fault &fault = *change.after;
-    table_.print(stdout,
+    table_->print(stdout,
                  {time_words(time_of(change)), severity_word(fault.severity), change_word(change.kind),
                   sensor_words(fault), entity_words(fault), std::to_string(fault.count), code_text(fault),
-                  fault_name(fault), change_event(change)},
+                  fault_name(fault), change_words(change)},
                  severity_column, severity_colour(fault.severity));
 }
 

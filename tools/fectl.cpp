@@ -20,6 +20,8 @@ struct Command {
 constexpr Command commands[] = {
     {"replay", "What the engine makes of captured event logs: every fault, every change, and what became no fault",
      prepare_replay},
+    {"explain", "How faults came about: each record that made, repeated, changed or cleared them", prepare_explain},
+    {"diff", "What is new, gone, worse or better between two captures or table folders", prepare_diff},
     {"report", "One HTML page that shows the faults of servers over time", prepare_report},
     {"table", "The fault table that an engine has published", prepare_table},
     {"serve", "The engine, running, until SIGINT, SIGTERM or SIGHUP", prepare_serve},
@@ -106,11 +108,9 @@ private:
     std::string help_for_;
 };
 
-} // namespace
-
-int run_guarded(const Run &run) {
+int run(int argc, char **argv) {
     try {
-        return run();
+        return Parser().run(argc, argv);
     } catch (const Failure &failure) {
         fprintf(stderr, "fectl: %s\n", failure.what());
         return exit_failed;
@@ -121,9 +121,11 @@ int run_guarded(const Run &run) {
     }
 }
 
+} // namespace
+
 int main(int argc, char **argv) {
     open_standard_descriptors();
-    const int code = run_guarded([&] { return Parser().run(argc, argv); });
+    const int code = run(argc, argv);
     if (code != exit_refused && (fflush(stdout) != 0 || ferror(stdout))) {
         fprintf(stderr, "fectl: cannot write the output\n");
         return exit_failed;

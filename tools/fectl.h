@@ -20,14 +20,11 @@ struct Failure : std::runtime_error {
 
 enum ExitCode { exit_ok = 0, exit_failed = 1, exit_refused = 2, exit_fault_found = 3 };
 
-// What to do; returns an exit code.
+// Adds the options of a subcommand and returns what to do once they are parsed; that returns an exit code.
 using Run = std::function<int()>;
-
-// What it throws becomes a line on standard error and an exit code.
-int run_guarded(const Run &run);
-
-// Each adds the options of a subcommand and returns what to do once they are parsed.
+Run prepare_diff(CLI::App &app);
 Run prepare_event(CLI::App &app);
+Run prepare_explain(CLI::App &app);
 Run prepare_replay(CLI::App &app);
 Run prepare_report(CLI::App &app);
 Run prepare_request(CLI::App &app);

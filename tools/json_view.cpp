@@ -1,7 +1,6 @@
-#include <nlohmann/json.hpp>
-
 #include <cstdio>
 
+#include "tools/story_filter.h"
 #include "tools/story_json.h"
 #include "tools/view.h"
 
@@ -9,26 +8,34 @@ namespace {
 
 class JsonView : public View {
 public:
-    void change(const story::Change &change) override { print(story::to_json(change)); }
-    void refused(const story::Refused &refused) override { print(story::to_json(refused)); }
+    explicit JsonView(const ViewOptions &options) : options_(options), lines_(options.capture) {}
+
+    void change(const story::Change &change) override {
+        if (!options_.ending_only && options_.filter.passes(change))
+            print(lines_.change(change));
+    }
+    void refused(const story::Refused &refused) override {
+        if (!options_.ending_only && options_.refused != "none" && options_.filter.passes(refused))
+            print(lines_.refused(refused));
+    }
     void end(const story::Ending &ending, const RequestsSeen *) override {
         table(ending.active);
-        print(story::to_json(ending));
+        print(lines_.summary(ending));
     }
-
     void table(const std::vector<story::Fault> &faults) override {
-        for (const story::Fault &fault : faults)
-            print(story::to_json(fault));
+        for (const story::Fault &fault : options_.filter.select(faults))
+            print(lines_.fault(fault));
     }
 
 private:
-    static void print(const nlohmann::ordered_json &json) {
-        puts(json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
-    }
+    static void print(const std::string &line) { puts(line.c_str()); }
+
+    ViewOptions options_;
+    story::JsonLines lines_;
 };
 
 } // namespace
 
-std::unique_ptr<View> make_json_view(const ViewOptions &) {
-    return std::make_unique<JsonView>();
+std::unique_ptr<View> make_json_view(const ViewOptions &options) {
+    return std::make_unique<JsonView>(options);
 }

@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
+#include <string>
+#include <tuple>
 
 #include "tools/story_words.h"
 #include "tools/text_table.h"
+#include "tools/text_time.h"
 
 namespace {
 
@@ -23,45 +27,91 @@ std::string ids_text(const std::vector<uint16_t> &ids) {
     return ids.size() > ids_shown ? text + " ... " + id_text(ids.back()) : text;
 }
 
-std::string generator_text(uint16_t id) {
-    char text[8] = "-";
-    if (id != 0)
-        snprintf(text, sizeof text, "0x%02x", id);
-    return text;
-}
+// What stands in a line, in the order of lines.
+struct Key {
+    bool serious;
+    story::Reason reason;
+    uint8_t sensor_number;
+    uint16_t generator_id;
+    std::string sensor;
+    std::string event;
 
-} // namespace
+    bool operator<(const Key &other) const {
+        return std::tie(other.serious, reason, sensor_number, generator_id, sensor, event) <
+               std::tie(serious, other.reason, other.sensor_number, other.generator_id, other.sensor, other.event);
+    }
+};
 
-void RefusedList::add(const story::Refused &refused) {
+Key key_of(const story::Refused &refused) {
     const story::Record &record = refused.record;
-    Key key{refused.serious, refused.reason, 0, 0, "-", story::event_words(record)};
-    if (story::is_system_event(record)) {
-        key.generator_id = record.generator_id;
-        key.sensor_number = record.sensor_number;
-        key.sensor = story::sensor_label(record);
-    }
-    groups_[key].push_back(record.id);
+    if (!story::is_system_event(record))
+        return {refused.serious, refused.reason, 0, 0, "-", story::event_words(record)};
+    return {refused.serious,      refused.reason,
+            record.sensor_number, record.generator_id,
+            story::sensor_label(record), story::event_words(record)};
 }
 
-void RefusedList::print(size_t line_width) const {
-    if (groups_.empty())
-        return;
-    TextTable table({{"TIMES", 5, true},
-                     {"", 7},
-                     {"SENSOR", 6},
-                     {"FROM", 4, false, 2},
-                     {"EVENT", 5},
-                     {"WHY NO FAULT", 12},
-                     {"RECORDS", 7}},
-                    line_width);
-    std::vector<Cells> lines;
-    for (const auto &[key, ids] : groups_) {
-        lines.push_back({std::to_string(ids.size()), key.serious ? "serious" : "", key.sensor,
-                         generator_text(key.generator_id), key.event, story::reason_words(key.reason), ids_text(ids)});
-        table.fit(lines.back());
-    }
+Cells cells_of(const std::string &first, const Key &key) {
+    char generator[8] = "-";
+    if (key.generator_id != 0)
+        snprintf(generator, sizeof generator, "0x%02x", key.generator_id);
+    return {first, key.serious ? "serious" : "", key.sensor, generator, key.event, story::reason_words(key.reason)};
+}
+
+void print_lines(TextTable &table, const std::vector<Cells> &lines) {
+    for (const Cells &line : lines)
+        table.fit(line);
     printf("\nnot taken as faults:\n");
     table.print_head(stdout);
     for (const Cells &line : lines)
         table.print(stdout, line, 1, line[1].empty() ? "" : severity_colour(FE_SEVERITY_MAJOR));
+}
+
+void print_groups(const std::vector<story::Refused> &refused, size_t line_width) {
+    std::map<Key, std::vector<uint16_t>> groups;
+    for (const story::Refused &one : refused)
+        groups[key_of(one)].push_back(one.record.id);
+    std::vector<Cells> lines;
+    for (const auto &[key, ids] : groups) {
+        lines.push_back(cells_of(std::to_string(ids.size()), key));
+        lines.back().push_back(ids_text(ids));
+    }
+    TextTable table({{"TIMES", 5, true},
+                     {"", 7},
+                     {"SENSOR", 6},
+                     {"FROM", 4, false, 1},
+                     {"EVENT", 5},
+                     {"WHY NO FAULT", 12},
+                     {"RECORDS", 7}},
+                    line_width);
+    print_lines(table, lines);
+}
+
+void print_each(const std::vector<story::Refused> &refused, size_t line_width) {
+    std::vector<Cells> lines;
+    for (const story::Refused &one : refused) {
+        lines.push_back(cells_of(time_words(one.record.time), key_of(one)));
+        lines.back().insert(lines.back().begin(), id_text(one.record.id));
+        std::swap(lines.back()[1], lines.back()[2]);
+    }
+    TextTable table({{"RECORD", 6, true},
+                     {"", 7},
+                     {"TIME", 19},
+                     {"SENSOR", 6},
+                     {"FROM", 4, false, 1},
+                     {"EVENT", 5},
+                     {"WHY NO FAULT", 12}},
+                    line_width);
+    print_lines(table, lines);
+}
+
+} // namespace
+
+void RefusedList::print(bool each, size_t line_width) const {
+    if (refused_.empty())
+        return;
+    if (each)
+        print_each(refused_, line_width);
+    else
+        print_groups(refused_, line_width);
 }

@@ -1,4 +1,5 @@
 // fectl serve: the engine, running.
+#include <algorithm>
 #include <csignal>
 #include <ctime>
 #include <memory>
@@ -36,8 +37,7 @@ struct ServeOptions {
 
 void serve_capture(const CaptureFiles &files) {
     LoadedCapture loaded = load_capture(files);
-    for (const std::string &warning : loaded.warnings)
-        warn(warning);
+    std::ranges::for_each(loaded.warnings, warn);
     const size_t records = loaded.capture.records.size();
     if (records > ipmi_access::max_walk_records)
         throw Refusal(files.sel + ": " + std::to_string(records) + " records, but the start-up walk takes " +
@@ -86,8 +86,10 @@ int serve(const ServeOptions &chosen) {
         fprintf(stderr, "fectl: the engine has stopped: %s is gone or fails\n", records.path().c_str());
     engine.stop();
     const RequestsSeen requests_seen = {fe_core::request_counts(), requests.drain()};
-    view->end(engine_ending(), &requests_seen);
-    return session.files_are_good() && told_to_stop ? exit_ok : exit_failed;
+    const story::Ending ending = engine_ending();
+    view->end(ending, &requests_seen);
+    const bool good = session.files_are_good() && told_to_stop;
+    return good ? exit_code(chosen.view, ending.active) : exit_failed;
 }
 
 } // namespace
@@ -105,6 +107,7 @@ Run prepare_serve(CLI::App &app) {
                  "make the FIFO, SA_vSEL_FIFO in DIR or in /var, if it is missing");
     add_engine_options(app, chosen->engine, "where the engine's files go (default: its own /tmp and /var)");
     add_view_options(app, chosen->view);
+    add_refused_option(app, chosen->view);
     return [chosen] {
         if (chosen->capture.files.sdr.empty())
             throw Refusal("serve: --sdr FILE is needed; see fectl help serve");

@@ -1,6 +1,7 @@
 #include "tools/story_words.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <iterator>
 #include <string_view>
@@ -16,6 +17,7 @@ namespace {
 constexpr uint8_t system_event_record = 0x02;
 constexpr uint8_t first_oem_type = 0xC0;
 constexpr uint8_t threshold_events = 0x01;
+constexpr int32_t own_threshold_codes = 5000; // of the entity filter: three levels each
 
 // By event/reading type, for faults that are no measurement.
 struct EventTypeWords {
@@ -27,6 +29,14 @@ constexpr EventTypeWords event_type_words[] = {
     {0x06, "performance"},  {0x07, "severity"},   {0x08, "presence"},           {0x09, "enabled"},
     {0x0A, "availability"}, {0x0B, "redundancy"}, {0x0C, "power state"},
 };
+
+// The catalogue's group of the code, 0 in front for none.
+std::array<int32_t, FE_RELATED_CODES> related_codes(int32_t code) {
+    fe_write_buf record{};
+    record.vemoFaultCode = code;
+    lookup_fill_related_threshold_fault_code(&record);
+    return std::to_array(record.related_FaultCode.related_fc);
+}
 
 std::string level_words(int32_t severity) {
     switch (severity) {
@@ -84,11 +94,24 @@ int32_t base_code(const Fault &fault) {
     return fault.table_code % entity_filter::codes_per_rank;
 }
 
+int32_t measurement_code(int32_t table_code) {
+    const int32_t code = table_code % entity_filter::codes_per_rank;
+    int32_t least = code;
+    for (const int32_t related : related_codes(code))
+        least = related != 0 ? std::min(least, related) : least;
+    const bool is_own_threshold = code >= own_threshold_codes;
+    if (is_own_threshold)
+        least = code - (code - own_threshold_codes) % 3;
+    return table_code - code + least;
+}
+
+std::string one_line(const Fault &fault) {
+    return severity_word(fault.severity) + ": " + sensor_words(fault) + " (" + entity_words(fault) + "), " +
+           event_words(fault);
+}
+
 bool is_catalogue_code(int32_t code) {
-    fe_write_buf record{};
-    record.vemoFaultCode = code;
-    lookup_fill_related_threshold_fault_code(&record);
-    return record.related_FaultCode.related_fc[0] != 0 ||
+    return related_codes(code)[0] != 0 ||
            strcmp(get_fault_code_string(static_cast<uint32_t>(code)), "Unknown") != 0;
 }
 

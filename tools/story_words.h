@@ -16,6 +16,12 @@ std::string entity_words(uint8_t entity_id, int32_t instance);
 // The fault's code without what tells sensors of one kind apart.
 int32_t base_code(const Fault &fault);
 
+// What codes of one measurement at its levels have in common: the same for all of them, and for nothing else.
+int32_t measurement_code(int32_t table_code);
+
+// "critical: PSU1_STATUS (power supply 1), Failure detected"
+std::string one_line(const Fault &fault);
+
 // Whether the catalogue knows the code, by name or as one of a group.
 bool is_catalogue_code(int32_t code);
 

@@ -14,8 +14,9 @@ struct TableOptions {
 };
 
 int print_table(const TableOptions &chosen) {
-    make_view(chosen.view)->table(read_published_table(chosen.directory));
-    return exit_ok;
+    const std::vector<story::Fault> faults = read_published_table(chosen.directory);
+    make_view(chosen.view)->table(faults);
+    return exit_code(chosen.view, faults);
 }
 
 } // namespace

@@ -33,35 +33,56 @@ void print_faults(const story::Totals &totals, size_t active) {
         printf("           %6zu of the cleared ones dropped because their sensors have recovered\n", totals.recovered);
 }
 
+// What the stale pass took away.
+void print_recovered(const std::vector<story::Fault> &faults, size_t line_width) {
+    if (faults.empty())
+        return;
+    printf("\ndropped, because their sensors have recovered:\n");
+    print_fault_list(faults, line_width);
+}
+
 class TextView : public View {
 public:
-    explicit TextView(const ViewOptions &) : changes_(terminal_width()) {}
+    explicit TextView(const ViewOptions &options) : options_(options), changes_(options.line_width()) {}
 
     void change(const story::Change &change) override {
-        if (!change.live)
+        if (!options_.filter.passes(change))
             return;
-        changes_.print(change);
-        any_change_ = true;
+        if (change.live) {
+            changes_.print(change);
+            any_change_ = true;
+        } else if (change.origin == story::Origin::stale_pass) {
+            recovered_.push_back(*change.before);
+        }
     }
-    void refused(const story::Refused &refused) override { refused_.add(refused); }
+    void refused(const story::Refused &refused) override {
+        if (options_.filter.passes(refused))
+            refused_.add(refused);
+    }
     void end(const story::Ending &ending, const RequestsSeen *requests) override {
+        const size_t width = options_.line_width();
         if (any_change_)
             putchar('\n');
-        print_fault_list(ending.active, terminal_width());
-        refused_.print(terminal_width());
+        print_fault_list(options_.filter.select(ending.active), width);
+        print_recovered(recovered_, width);
+        if (options_.refused != "none")
+            refused_.print(options_.refused == "all", width);
         print_records(ending.totals);
         if (requests != nullptr)
             print_requests(ending.totals, *requests);
         print_faults(ending.totals, ending.active.size());
     }
     void table(const std::vector<story::Fault> &faults) override {
-        print_fault_list(faults, terminal_width());
-        printf("%zu active fault%s\n", faults.size(), faults.size() == 1 ? "" : "s");
+        const std::vector<story::Fault> chosen = options_.filter.select(faults);
+        print_fault_list(chosen, options_.line_width());
+        printf("%zu active fault%s\n", chosen.size(), chosen.size() == 1 ? "" : "s");
     }
 
 private:
+    ViewOptions options_;
     ChangeList changes_;
     RefusedList refused_;
+    std::vector<story::Fault> recovered_;
     bool any_change_ = false;
 };
 

@@ -2,10 +2,13 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/fe_core/fe_core_host.h"
 #include "tools/story.h"
+#include "tools/story_filter.h"
 
 namespace CLI {
 class App;
@@ -18,8 +21,22 @@ struct RequestsSeen {
 
 struct ViewOptions {
     std::string format = "text";
+    std::string refused = "summary";
+    std::optional<size_t> width; // of lines; 0: as long as they are
+    story::Filter filter;
+    std::optional<int32_t> fail_on;
+    std::string capture;      // names it in each line of JSON
+    bool ending_only = false; // of JSON: faults and the summary
+
+    size_t line_width() const;
 };
-void add_view_options(CLI::App &app, ViewOptions &options);
+void add_format_options(CLI::App &app, ViewOptions &options);  // --format, --width
+void add_fail_on_option(CLI::App &app, ViewOptions &options);  // --fail-on
+void add_refused_option(CLI::App &app, ViewOptions &options);  // --refused
+void add_view_options(CLI::App &app, ViewOptions &options);    // these and those of the filter
+
+// What --fail-on makes of the active faults.
+int exit_code(const ViewOptions &options, const std::vector<story::Fault> &active);
 
 class View : public story::Listener {
 public:

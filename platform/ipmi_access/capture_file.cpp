@@ -1,5 +1,6 @@
 #include "platform/ipmi_access/capture_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -10,20 +11,25 @@
 namespace ipmi_access {
 namespace {
 
-constexpr size_t max_capture_size = size_t{16} << 20;
-
 struct CloseFile {
-    void operator()(FILE *file) const { fclose(file); }
+    void operator()(FILE *file) const {
+        if (file != stdin)
+            fclose(file);
+    }
 };
 
 [[noreturn]] void fail_with_errno(const std::string &path, const char *what) {
     throw CaptureError(path + ": " + what + ": " + strerror(errno));
 }
 
+constexpr uint8_t sdr_version = 0x51;
+constexpr size_t sdr_header = 5;
+constexpr size_t sel_record_size = 16;
+
 } // namespace
 
 std::vector<uint8_t> read_capture(const std::string &path) {
-    const std::unique_ptr<FILE, CloseFile> file(fopen(path.c_str(), "rb"));
+    const std::unique_ptr<FILE, CloseFile> file(path == "-" ? stdin : fopen(path.c_str(), "rb"));
     if (!file)
         fail_with_errno(path, "cannot open");
     std::vector<uint8_t> bytes;
@@ -35,13 +41,34 @@ std::vector<uint8_t> read_capture(const std::string &path) {
     }
     if (ferror(file.get()))
         fail_with_errno(path, "cannot read");
-    if (bytes.empty())
-        throw CaptureError(path + ": the file is empty");
     return bytes;
 }
 
 void fail_at(const std::string &path, size_t offset, const std::string &what) {
     throw CaptureError(path + ": offset " + std::to_string(offset) + ": " + what);
+}
+
+void warn_at(Warnings &warnings, const std::string &path, size_t offset, const std::string &what) {
+    warnings.push_back(path + ": offset " + std::to_string(offset) + ": " + what);
+}
+
+bool looks_like_sdr(std::span<const uint8_t> bytes) {
+    if (bytes.size() < sdr_header || bytes[2] != sdr_version)
+        return false;
+    const size_t next = sdr_header + bytes[4];
+    return bytes.size() < next + sdr_header || bytes[next + 2] == sdr_version;
+}
+
+bool looks_like_sel(std::span<const uint8_t> bytes) {
+    return bytes.size() >= sel_record_size && bytes.size() % sel_record_size == 0 &&
+           (bytes[2] == 0x02 || bytes[2] >= 0xC0) && !looks_like_sdr(bytes);
+}
+
+bool looks_like_text(std::span<const uint8_t> bytes) {
+    const auto start = bytes.first(std::min<size_t>(bytes.size(), 256));
+    return !start.empty() && std::ranges::all_of(start, [](uint8_t byte) {
+        return (byte >= ' ' && byte != 0x7F) || byte == '\n' || byte == '\r' || byte == '\t';
+    });
 }
 
 } // namespace ipmi_access

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
+#include <vector>
 
 #include "platform/ipmi_access/byte_cursor.h"
 #include "platform/ipmi_access/capture_file.h"
@@ -30,23 +32,19 @@ constexpr uint8_t instance_mask = 0x7F; // bit 7 says that the entity is a logic
 
 struct Record {
     size_t offset;
+    uint8_t version;
     uint8_t type;
     std::span<const uint8_t> body;
 };
 
 Record take_record(ByteCursor &dump, const std::string &path) {
-    Record record{dump.offset(), 0, {}};
+    Record record{dump.offset(), 0, 0, {}};
     dump.u16(); // record id
-    const uint8_t version = dump.u8();
+    record.version = dump.u8();
     record.type = dump.u8();
     const uint8_t length = dump.u8();
     if (dump.ran_out())
         fail_at(path, record.offset, "the record is cut short in its header");
-    if (version != sdr_version) {
-        char what[64];
-        snprintf(what, sizeof what, "version 0x%02x is not that of a sensor data record", version);
-        fail_at(path, record.offset, what);
-    }
     record.body = dump.take(length);
     if (dump.ran_out())
         fail_at(path, record.offset,
@@ -150,22 +148,40 @@ void add_sensors(Sensors &sensors, const Layout &layout, std::span<const uint8_t
     }
 }
 
+// What is wrong with it, or nothing.
+std::string fault_of(const Record &record, const Layout *layout) {
+    char what[80];
+    if (record.version != sdr_version) {
+        snprintf(what, sizeof what, "version 0x%02x is not that of a sensor data record", record.version);
+        return what;
+    }
+    if (layout == nullptr || record.body.size() > layout->name)
+        return "";
+    return "a sensor's record of type " + std::to_string(record.type) + " is longer than " +
+           std::to_string(record.body.size()) + " bytes";
+}
+
 } // namespace
 
-Sensors parse_sdr_dump(std::span<const uint8_t> dump, const std::string &path) {
+Sensors parse_sdr_dump(std::span<const uint8_t> dump, const std::string &path, Warnings &warnings) {
     Sensors sensors;
     ByteCursor cursor(dump);
-    while (!cursor.at_end()) {
+    size_t right = 0;
+    std::vector<std::pair<size_t, std::string>> wrong;
+    // Out of step, a dump would end in a record that is cut short; what is wrong first says more.
+    while (!cursor.at_end() && wrong.size() <= right + 1) {
         const Record record = take_record(cursor, path);
-        const auto *layout = std::ranges::find(layouts, record.type, &Layout::record_type);
-        if (layout == std::end(layouts))
-            continue;
-        if (record.body.size() <= layout->name)
-            fail_at(path, record.offset,
-                    "a sensor's record of type " + std::to_string(record.type) + " is longer than " +
-                        std::to_string(record.body.size()) + " bytes");
-        add_sensors(sensors, *layout, record.body);
+        const auto *found = std::ranges::find(layouts, record.type, &Layout::record_type);
+        const Layout *layout = found == std::end(layouts) ? nullptr : found;
+        if (const std::string what = fault_of(record, layout); !what.empty())
+            wrong.emplace_back(record.offset, what);
+        else if (++right; layout != nullptr)
+            add_sensors(sensors, *layout, record.body);
     }
+    if (wrong.size() > right)
+        fail_at(path, wrong.front().first, wrong.front().second);
+    for (const auto &[offset, what] : wrong)
+        warn_at(warnings, path, offset, what + "; the record is passed over");
     return sensors;
 }
 

@@ -8,6 +8,8 @@
 #include <span>
 #include <string>
 
+#include "platform/ipmi_access/capture_file.h"
+
 namespace ipmi_access {
 
 struct Sensor {
@@ -25,9 +27,10 @@ struct Sensor {
 // By sensor number. A number that comes again under another owner or lun is the first record's.
 using Sensors = std::array<std::optional<Sensor>, 256>;
 
-// One sensor for each that a record stands for; records of other types describe none. `path` is for the messages of
-// CaptureError. A name that runs past its record is cut there.
-Sensors parse_sdr_dump(std::span<const uint8_t> dump, const std::string &path);
+// One sensor for each that a record stands for; records of other types describe none. A name that runs past its record is
+// cut there. A record that is too short for its type, or of another version, is passed over with a warning. `path` is for
+// these and for the messages of CaptureError, which is thrown for a dump that is cut off or of which most is wrong.
+Sensors parse_sdr_dump(std::span<const uint8_t> dump, const std::string &path, Warnings &warnings);
 
 // "#0x2e": name of a sensor without one.
 std::string unnamed_sensor(uint32_t sensor_number);

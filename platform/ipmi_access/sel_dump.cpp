@@ -24,7 +24,7 @@ bool plausible(const sel_record &record) {
 
 } // namespace
 
-std::vector<sel_record> parse_sel_dump(std::span<const uint8_t> dump, const std::string &path) {
+std::vector<sel_record> parse_sel_dump(std::span<const uint8_t> dump, const std::string &path, Warnings &warnings) {
     std::vector<sel_record> records(dump.size() / sizeof(sel_record));
     if (!records.empty())
         memcpy(records.data(), dump.data(), records.size() * sizeof(sel_record));
@@ -41,6 +41,10 @@ std::vector<sel_record> parse_sel_dump(std::span<const uint8_t> dump, const std:
         const auto first = std::ranges::find_if_not(records, of_known_type) - records.begin();
         fail_at(path, static_cast<size_t>(first) * sizeof(sel_record), "this is no SEL record, and most are none");
     }
+    for (size_t position = 0; position < records.size(); position++)
+        if (!of_known_type(records[position]))
+            warn_at(warnings, path, position * sizeof(sel_record), "this is no SEL record; it is passed over");
+    std::erase_if(records, [](const sel_record &record) { return !of_known_type(record); });
     return records;
 }
 

@@ -1,0 +1,151 @@
+// Which files belong together.
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <map>
+
+#include "tools/capture.h"
+#include "tools/cli.h"
+#include "tools/fectl.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Kind {
+    const char *suffix;
+    std::string CaptureFiles::*file;
+};
+constexpr Kind kinds[] = {{".sdr", &CaptureFiles::sdr},
+                          {".sel", &CaptureFiles::sel},
+                          {".readings", &CaptureFiles::readings},
+                          {".sensors", &CaptureFiles::sensors}};
+
+// The kind by the file's name, and the name without it; null for another name.
+std::pair<const Kind *, std::string> take_apart(std::string path) {
+    for (const char *packed : {".gz", ".xz"})
+        if (path.ends_with(packed))
+            path.resize(path.size() - strlen(packed));
+    for (const Kind &kind : kinds)
+        if (path.ends_with(kind.suffix))
+            return {&kind, path.substr(0, path.size() - strlen(kind.suffix))};
+    return {nullptr, path};
+}
+
+using Groups = std::map<std::string, CaptureFiles>; // by path without suffix
+
+void add_file(Groups &groups, const std::string &path) {
+    const auto [kind, name] = take_apart(path);
+    if (kind == nullptr)
+        return;
+    CaptureFiles &files = groups[name];
+    files.name = fs::path(name).filename();
+    if (!(files.*kind->file).empty())
+        throw Refusal(path + ": there is " + files.*kind->file + ", too");
+    files.*kind->file = path;
+}
+
+// One server's files under two names.
+void join_two(Groups &groups) {
+    if (groups.size() != 2)
+        return;
+    CaptureFiles &first = groups.begin()->second, &second = groups.rbegin()->second;
+    if (first.sdr.empty())
+        std::swap(first, second);
+    if (!first.sel.empty() || first.sdr.empty() || second.sel.empty() || !second.sdr.empty())
+        return;
+    first.sel = second.sel;
+    Groups joined = {{"", first}};
+    groups = std::move(joined);
+}
+
+// The file of that kind beside the others of its name, if there is one.
+void find_beside(const std::string &name, const Kind &kind, CaptureFiles &files) {
+    for (const char *packed : {"", ".gz", ".xz"})
+        if (const std::string path = name + kind.suffix + packed; (files.*kind.file).empty() && fs::exists(path))
+            files.*kind.file = path;
+}
+
+std::vector<CaptureFiles> whole(Groups groups) {
+    std::vector<CaptureFiles> captures;
+    for (auto &[name, files] : groups) {
+        for (const Kind &kind : kinds)
+            if (!name.empty())
+                find_beside(name, kind, files);
+        for (const Kind &kind : {kinds[0], kinds[1]})
+            if ((files.*kind.file).empty())
+                throw Refusal(files.paths().front() + ": there is no " + name + kind.suffix + " beside it");
+        captures.push_back(files);
+    }
+    return captures;
+}
+
+std::vector<CaptureFiles> in_folder(const std::string &folder) {
+    Groups groups;
+    for (const auto &entry : fs::directory_iterator(folder))
+        add_file(groups, entry.path());
+    if (groups.empty())
+        throw Refusal(folder + ": there are no captures (NAME.sdr and NAME.sel)");
+    return whole(std::move(groups));
+}
+
+// Any two names: first the SDR, then the SEL.
+bool are_a_pair(const std::vector<std::string> &paths) {
+    return paths.size() == 2 && std::ranges::any_of(paths, [](const std::string &path) {
+               return take_apart(path).first == nullptr;
+           });
+}
+
+} // namespace
+
+std::vector<CaptureFiles> CaptureOptions::captures() const {
+    std::vector<CaptureFiles> all;
+    std::vector<std::string> loose;
+    for (const std::string &operand : operands) {
+        if (!fs::is_directory(operand)) {
+            loose.push_back(operand);
+            continue;
+        }
+        std::ranges::move(in_folder(operand), std::back_inserter(all));
+    }
+    CaptureFiles given = files;
+    Groups groups;
+    if (are_a_pair(loose)) {
+        given.sdr = loose[0];
+        given.sel = loose[1];
+    } else {
+        for (const std::string &path : loose) {
+            if (take_apart(path).first == nullptr)
+                throw Refusal(path + ": is this an SDR or a SEL? Call it NAME.sdr or NAME.sel, or use --sdr and --sel");
+            add_file(groups, path);
+        }
+        join_two(groups);
+        std::ranges::move(whole(std::move(groups)), std::back_inserter(all));
+    }
+    if (!given.sdr.empty() || !given.sel.empty()) {
+        given.name = fs::path(take_apart(given.sel.empty() ? given.sdr : given.sel).second).filename();
+        all.push_back(given);
+    }
+    for (CaptureFiles &capture : all)
+        capture.order_by_time = order == "time";
+    return all;
+}
+
+void add_capture_options(CLI::App &app, CaptureOptions &options) {
+    CaptureFiles &files = options.files;
+    cli::add_file(app, "--sdr", files.sdr, "sensor data records, as written by \"ipmitool sdr dump\"");
+    cli::add_file(app, "--sel", files.sel, "the event log, as written by \"ipmitool sel writeraw\"");
+    cli::add_file(app, "--readings", files.readings,
+                  "present states of sensors as the engine takes them, \"0x2e 0x0008\" a line");
+    cli::add_file(app, "--sensors", files.sensors,
+                  "present states of sensors, as \"ipmitool sensor\" or \"ipmi-sensors --output-event-bitmask\" prints them");
+    app.add_option("--order", options.order, "take records as they stand in the log (default), or by time")
+        ->type_name("WORD")
+        ->check(cli::one_of({"log", "time"}));
+}
+
+void add_capture_operands(CLI::App &app, CaptureOptions &options) {
+    app.add_option("CAPTURE", options.operands,
+                   "NAME.sdr and NAME.sel, or folders of such pairs; they may end in .gz or .xz, - is standard input")
+        ->type_name("");
+}
