@@ -5,62 +5,45 @@
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
-// The names under which compare() hands its results to the report.
-namespace result {
-constexpr char time[] = "time";       // seconds an operation
-constexpr char floor[] = "floor";     // seconds an operation
-constexpr char faults[] = "faults";   // size of the table, where the comparison is one of a series over it
-constexpr char on_disk[] = "on_disk"; // which of the two series
-} // namespace result
+using Work = std::function<void()>;
+using benchmark::State;
 
-template <class Work>
-double seconds_of(Work &work) {
+inline void run(const Work &work, std::vector<double> &times) {
     const auto start = std::chrono::steady_clock::now();
     work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    times.push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
 }
 
 inline double median(std::vector<double> &values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
 }
 
 // One iteration of `state` is a round: each side once. A call of either side makes `operations` operations.
-template <class Subject, class Floor>
-void compare(benchmark::State &state, double operations, Subject subject, Floor floor) {
-    std::vector<double> subject_times;
-    std::vector<double> floor_times;
-    subject();
-    floor();
+[[gnu::noinline]] inline void compare(State &state, size_t operations, const Work &engine, const Work &floor) {
+    std::vector<double> times[2];
     for ([[maybe_unused]] auto round : state) {
-        const bool floor_first = subject_times.size() % 2 != 0;
-        if (floor_first) {
-            floor_times.push_back(seconds_of(floor));
-        }
-        subject_times.push_back(seconds_of(subject));
-        if (!floor_first) {
-            floor_times.push_back(seconds_of(floor));
-        }
-        state.SetIterationTime(subject_times.back());
+        const bool floor_first = times[0].size() % 2 != 0;
+        run(floor_first ? floor : engine, times[floor_first]);
+        run(floor_first ? engine : floor, times[!floor_first]);
+        state.SetIterationTime(times[0].back());
     }
-    state.counters[result::time] = median(subject_times) / operations;
-    state.counters[result::floor] = median(floor_times) / operations;
+    state.counters["time"] = median(times[0]) / static_cast<double>(operations);
+    state.counters["floor"] = median(times[1]) / static_cast<double>(operations);
 }
 
-// Registers a comparison of so many rounds under the name that it has in the table.
-template <class Function>
-void add_comparison(const std::string &name, int rounds, Function function) {
-    benchmark::RegisterBenchmark(name.c_str(), function)->UseManualTime()->Iterations(rounds);
+inline void check(State &state, bool ok, const char *otherwise) {
+    if (!ok) {
+        state.SkipWithError(otherwise);
+    }
 }
 
-// One for each subject, in its own file.
-void add_table_change();
-void add_table_update();
-void add_classification();
-void add_sel_road();
-void add_start_up_walk();
-void add_cleanup();
+// Adds a row under the name that it has in the table.
+template <class Function, class... Arguments>
+void add(const std::string &name, Function function, Arguments... arguments) {
+    benchmark::RegisterBenchmark(name.c_str(), function, arguments...)->UseManualTime();
+}

@@ -12,54 +12,54 @@ constexpr number_row logical_threshold = pairs({114, 115, 116, 117, 118, 119});
 constexpr int32_t logical_discrete = 120;
 
 constexpr number_row fan_threshold = pairs({3, 4, 5, 6, 7, 8});
-constexpr number_row fan_predictive_failure = first_two(10);
-constexpr number_row fan_presence = first_two(2);
+constexpr number_row fan_predictive_failure = offsets_0_and_1(10);
+constexpr number_row fan_presence = offsets_0_and_1(2);
 
 constexpr number_row add_in_threshold = pairs({108, 109, 110, 108, 109, 110});
-constexpr number_row add_in_limit = first_two(111);
-constexpr number_row add_in_presence = first_two(63);
+constexpr number_row add_in_limit = offsets_0_and_1(111);
+constexpr number_row add_in_presence = offsets_0_and_1(63);
 
 constexpr number_row pci_temperature = pairs({refused, refused, 110, 108, 109, 110});
 constexpr number_row pci_threshold = pairs({refused, refused, none, none, none, none});
-constexpr number_row pci_presence = first_two(63);
+constexpr number_row pci_presence = offsets_0_and_1(63);
 constexpr number_row pci_slots = from_zero({refused, 63, 63, 63, 63, 63, 63, 63});
 
 constexpr number_row front_panel_threshold = pairs({refused, refused, refused, 105, 106, 107});
-constexpr number_row chassis_digital = first_two(104);
-constexpr number_row firmware_presence = first_two(103);
+constexpr number_row chassis_digital = offsets_0_and_1(104);
+constexpr number_row firmware_presence = offsets_0_and_1(103);
 
 } // namespace
 
 int32_t get_fault_num(fe_read_buf *request, const sensor_data_record *sensor, const uint8_t *sel_bytes) {
     switch (request->entity_id) {
-    case 3:  // processor
-    case 4:  // disk or disk bay
-    case 7:  // system board
-    case 15: // drive backplane
-    case 16: // system internal expansion board
-    case 215:
-    case 216: return get_fault_num_logicalentity(request, sensor, sel_bytes);
-    case 8:  // memory module
-    case 25: // other chassis board: memory board
-    case 32: return get_fault_num_mem(request, sensor, sel_bytes);
-    case 10: // power supply
-    case 14: // power system board
-    case 20: // DC-to-DC converter
-    case 21: return get_fault_num_ps(request, sensor, sel_bytes);
-    case 11: return get_fault_num_add_in(request, sensor, sel_bytes);
-    case 12: return get_fault_num_front_panel(request, sensor, sel_bytes);
-    case 23: return get_fault_num_chassis(request, sensor, sel_bytes);
-    case 29: return get_fault_num_fan(request, sensor, sel_bytes);
-    case 34: return get_fault_num_fw_bios(request, sensor, sel_bytes);
-    case 49: return get_fault_num_pci(request, sensor, sel_bytes);
-    case 46:  // management controller firmware: its events carry no number
-    case 208: // storage
-    case 209:
-    case 210:
-    case 211:
-    case 212:
-    case 213:
-    case 214: return 0;
+    case entity_id::processor:
+    case entity_id::disk:
+    case entity_id::system_board:
+    case entity_id::drive_backplane:
+    case entity_id::expansion_board:
+    case entity_id::plax_3:
+    case entity_id::cmc: return get_fault_num_logicalentity(request, sensor, sel_bytes);
+    case entity_id::memory_module:
+    case entity_id::memory_board:
+    case entity_id::memory_device: return get_fault_num_mem(request, sensor, sel_bytes);
+    case entity_id::power_supply:
+    case entity_id::power_system_board:
+    case entity_id::power_module:
+    case entity_id::power_management: return get_fault_num_ps(request, sensor, sel_bytes);
+    case entity_id::add_in_card: return get_fault_num_add_in(request, sensor, sel_bytes);
+    case entity_id::front_panel_board: return get_fault_num_front_panel(request, sensor, sel_bytes);
+    case entity_id::system_chassis: return get_fault_num_chassis(request, sensor, sel_bytes);
+    case entity_id::fan: return get_fault_num_fan(request, sensor, sel_bytes);
+    case entity_id::system_firmware: return get_fault_num_fw_bios(request, sensor, sel_bytes);
+    case entity_id::pci_express_bus: return get_fault_num_pci(request, sensor, sel_bytes);
+    case entity_id::controller_firmware: // from here on: events without a number
+    case entity_id::storage_0:
+    case entity_id::storage_1:
+    case entity_id::storage_2:
+    case entity_id::storage_3:
+    case entity_id::plax_0:
+    case entity_id::plax_1:
+    case entity_id::plax_2: return 0;
     default: return -1;
     }
 }

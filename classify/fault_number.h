@@ -25,7 +25,7 @@ constexpr number_row pairs(const std::array<int16_t, 6> &numbers) {
 }
 
 // A row with one number at offsets 0 and 1.
-constexpr number_row first_two(int16_t number) {
+constexpr number_row offsets_0_and_1(int16_t number) {
     return pairs({number, refused, refused, refused, refused, refused});
 }
 

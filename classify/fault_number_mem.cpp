@@ -14,8 +14,8 @@ constexpr number_row voltage = pairs({refused, 96, 97, none, 99, 100});
 constexpr number_row memory_errors = pairs({refused, none, none, none, 71, 72});
 constexpr number_row other_threshold = pairs({refused, none, none, none, none, none});
 
-constexpr number_row limit_or_presence = first_two(64);
-constexpr number_row enabled = first_two(85);
+constexpr number_row limit_or_presence = offsets_0_and_1(64);
+constexpr number_row enabled = offsets_0_and_1(85);
 constexpr number_row slot_connector = from_zero({79, 79, 80, 81, 83, 82, 83, 84, 85, 86});
 
 const number_row &threshold_row(uint8_t sensor_type_code, uint8_t sensor_entity) {

@@ -15,9 +15,9 @@ constexpr number_row fan = pairs({3, 4, 5, none, none, none});
 constexpr number_row power = pairs({none, none, none, 52, 53, 54});
 constexpr number_row other_threshold = pairs({none, none, none, none, none, none});
 
-constexpr number_row digital_or_predictive = first_two(883);
-constexpr number_row entity_presence = first_two(112);
-constexpr number_row presence = first_two(30);
+constexpr number_row digital_or_predictive = offsets_0_and_1(883);
+constexpr number_row entity_presence = offsets_0_and_1(112);
+constexpr number_row presence = offsets_0_and_1(30);
 constexpr number_row redundancy = from_zero({60, 61, 62, 61, 61, 61, 61, 62});
 
 constexpr uint8_t configuration_error = 6;

@@ -158,10 +158,19 @@ constexpr both_directions oem_70_events[] = {
 
 // clang-format on
 
-// OEM type 0x7F, offsets 8 to 11.
+// OEM type 0x7F. A row is an offset from 8 on; no other offset has one.
+struct oem_7f_row {
+    severity_code drive_slot;
+    severity_code slot_connector;
+};
 constexpr uint8_t oem_7f_first_offset = 8;
-constexpr severity_code oem_7f_drive_slot[] = {cleared, warning, refused, refused};
-constexpr severity_code oem_7f_slot_connector[] = {cleared, warning, warning, cleared};
+constexpr oem_7f_row oem_7f_events[] = {
+    {cleared, cleared},
+    {warning, warning},
+    {refused, warning},
+    {refused, cleared},
+};
+constexpr oem_7f_row oem_7f_other_offsets = {refused, unwritten};
 
 constexpr bool holds(const codes &set, uint32_t code) {
     return set[0] == 0 || (code != 0 && (set[0] == code || set[1] == code || set[2] == code));
@@ -177,9 +186,8 @@ constexpr severity_code first_match(std::span<const rule> rules, const ipmi_even
     return refused;
 }
 
-constexpr severity_code at_offset(std::span<const severity_code> severities, unsigned offset,
-                                  severity_code otherwise = refused) {
-    return offset < severities.size() ? severities[offset] : otherwise;
+constexpr severity_code at_offset(std::span<const severity_code> severities, uint8_t offset) {
+    return offset < severities.size() ? severities[offset] : refused;
 }
 
 constexpr severity_code in_direction(const both_directions &both, uint8_t direction) {
@@ -205,10 +213,12 @@ constexpr severity_code oem_70_severity(const ipmi_event &event) {
 }
 
 constexpr severity_code oem_7f_severity(const ipmi_event &event) {
-    const unsigned offset = event.offset - unsigned{oem_7f_first_offset}; // below 8: wraps past the end
+    const int row = event.offset - oem_7f_first_offset;
+    const bool has_row = row >= 0 && row < static_cast<int>(std::size(oem_7f_events));
+    const oem_7f_row &severities = has_row ? oem_7f_events[row] : oem_7f_other_offsets;
     switch (event.sensor_type) {
-    case sensor_type::drive_slot: return at_offset(oem_7f_drive_slot, offset);
-    case sensor_type::slot_connector: return at_offset(oem_7f_slot_connector, offset, unwritten);
+    case sensor_type::drive_slot: return severities.drive_slot;
+    case sensor_type::slot_connector: return severities.slot_connector;
     default: return refused;
     }
 }

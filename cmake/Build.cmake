@@ -1,4 +1,5 @@
-# What every target of ours is built with: language levels, warnings, sanitizers, no path of the build machine.
+# What every target of ours is built with: language levels, warnings, sanitizers, no path of the build machine; what is
+# shipped is hardened besides.
 
 set(CMAKE_C_STANDARD 11)
 set(CMAKE_C_STANDARD_REQUIRED ON)
@@ -12,6 +13,13 @@ if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE Release)
 endif()
 
+# The same bytes from any source and build folder. Sources are named relative to a build folder that lies among them. Of
+# two maps that fit, the last one counts.
+file(RELATIVE_PATH sources_from_build ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
+set(FE_PREFIX_MAPS -ffile-prefix-map=${sources_from_build}= -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
+    -ffile-prefix-map=${CMAKE_BINARY_DIR}=.)
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
 function(fe_target target)
     target_compile_definitions(${target} PRIVATE _GNU_SOURCE)
     target_compile_options(${target} PRIVATE
@@ -19,7 +27,12 @@ function(fe_target target)
         -Wdouble-promotion -Wvla -Wmissing-declarations
         $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
         $<$<BOOL:${FE_WERROR}>:-Werror>
-        -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+        ${FE_PREFIX_MAPS})
+    # A FIFO may carry times past 2038, which fstat() refuses to tell in 32 bits. All targets alike, since some define
+    # libc's functions, whose symbols these two choose.
+    if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+        target_compile_definitions(${target} PRIVATE _TIME_BITS=64 _FILE_OFFSET_BITS=64)
+    endif()
     if(FE_SANITIZE)
         target_compile_options(${target} PRIVATE -fsanitize=${FE_SANITIZE} -fno-omit-frame-pointer)
         if(NOT FE_SANITIZE STREQUAL "thread")
@@ -27,4 +40,16 @@ function(fe_target target)
         endif()
         target_link_options(${target} PRIVATE -fsanitize=${FE_SANITIZE})
     endif()
+endfunction()
+
+# What distributions build with. Debug builds go without, since _FORTIFY_SOURCE needs an optimiser, and so do sanitized
+# ones, which check the same themselves.
+function(fe_harden target)
+    if(FE_SANITIZE OR FE_FUZZ)
+        return()
+    endif()
+    check_cxx_compiler_flag("-Werror -fstack-clash-protection" FE_HAS_STACK_CLASH_PROTECTION)
+    target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-fstack-protector-strong
+        -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 $<$<BOOL:${FE_HAS_STACK_CLASH_PROTECTION}>:-fstack-clash-protection>>)
+    target_link_options(${target} PRIVATE -Wl,-z,relro -Wl,-z,now)
 endfunction()

@@ -1,5 +1,8 @@
 #include "engine/buffers.h"
 
+#include "base/buffer_block.h"
+#include "base/thread_safety.h"
+
 fe_read_buf_struct *fe_read_buf_struct_ptr;
 fe_write_buf_struct *fe_write_buf_struct_ptr;
 
@@ -12,75 +15,47 @@ pthread_condattr_t fe_write_buf_cond_attr;
 
 namespace {
 
-// Guards both buffer pointers and the list of uses. A leaf: no other lock is taken while it is held.
-pthread_mutex_t buffer_lives = PTHREAD_MUTEX_INITIALIZER;
-pthread_cond_t use_ended = PTHREAD_COND_INITIALIZER; // with buffer_lives
-buffer_use *uses;
+// Guards the two exported pointers, `newest`, and the users and the closing of every buffer. A leaf: no other lock is
+// taken inside it.
+constinit private_lock buffers_lock;
+pthread_cond_t user_left = PTHREAD_COND_INITIALIZER; // with buffers_lock
 
-void begin_use(buffer_use &use, const void *buffer) {
-    use = {.buffer = buffer, .next = uses};
-    uses = &use;
+// The buffer that this library published last, until its release.
+template <class Block>
+constinit owned_buffer<Block> *newest FE_GUARDED_BY(buffers_lock) = nullptr;
+
+template <class Block>
+Block *&exported();
+template <>
+fe_read_buf_struct *&exported() {
+    return fe_read_buf_struct_ptr;
+}
+template <>
+fe_write_buf_struct *&exported() {
+    return fe_write_buf_struct_ptr;
 }
 
-void end_use(buffer_use &use) {
-    buffer_use **link = &uses;
-    while (*link != &use) {
-        link = &(*link)->next;
+// Neighbours read the pointer without the lock.
+template <class Block>
+void export_pointer(Block *block) {
+    __atomic_store_n(&exported<Block>(), block, __ATOMIC_RELEASE);
+}
+
+template <class Block>
+void leave(const buffer_use<Block> &use) {
+    lock(buffers_lock);
+    if (use.owned != nullptr) {
+        --use.owned->users;
+        pthread_cond_broadcast(&user_left);
     }
-    *link = use.next;
-    pthread_cond_broadcast(&use_ended);
+    unlock(buffers_lock);
 }
 
-bool is_used(const void *buffer) {
-    for (const buffer_use *use = uses; use != nullptr; use = use->next) {
-        if (use->buffer == buffer) {
-            return true;
-        }
-    }
-    return false;
-}
-
-void await_unused(const void *buffer) {
-    while (is_used(buffer)) {
-        pthread_cond_wait(&use_ended, &buffer_lives);
-    }
-}
-
-// The core library and a waiting fault processor read the pointers without the lock.
-template <class Buffer>
-void store_pointer(Buffer *&pointer, Buffer *buffer) {
-    __atomic_store_n(&pointer, buffer, __ATOMIC_RELEASE);
-}
-
-// Leaves a pointer alone that a later owner has set meanwhile.
-template <class Buffer>
-void withdraw_pointer(Buffer *&pointer, const Buffer *buffer) {
-    if (pointer == buffer) {
-        store_pointer<Buffer>(pointer, nullptr);
-    }
-}
-
-bool has_other_uses(const buffer_use &mine) {
-    for (const buffer_use *use = uses; use != nullptr; use = use->next) {
-        if (use != &mine && use->buffer == mine.buffer) {
-            return true;
-        }
-    }
-    return false;
-}
-
-// The wait pair belongs to producer and consumer alike: the last of them destroys it. That can take as long as somebody
-// waits on it, so the lock is not held.
-void end_read_buffer_use(fe_read_buf_struct *rbuf, buffer_use &use) {
-    pthread_mutex_lock(&buffer_lives);
-    if (!has_other_uses(use)) {
-        pthread_mutex_unlock(&buffer_lives);
-        pthread_cond_destroy(cond_of(rbuf->fe_read_wait_cond));
-        pthread_mutex_destroy(&rbuf->fe_read_wait_mutex);
-        pthread_mutex_lock(&buffer_lives);
-    }
-    end_use(use);
-    pthread_mutex_unlock(&buffer_lives);
+bool is_last_user(const read_buffer_use &use) {
+    lock(buffers_lock);
+    const bool is_last = use.owned == nullptr || use.owned->users == 1;
+    unlock(buffers_lock);
+    return is_last;
 }
 
 } // namespace
@@ -90,78 +65,96 @@ void init_pair(pthread_mutex_t &mutex, pthread_mutexattr_t &mutex_attr, fe_share
     pthread_mutexattr_init(&mutex_attr);
     pthread_mutex_init(&mutex, &mutex_attr);
     pthread_condattr_init(&cond_attr);
-    pthread_cond_init(cond_of(cond), &cond_attr);
+    pthread_cond_init(fe_cond_of(&cond), &cond_attr);
 }
 
-fe_write_buf_struct *enter_write_buffer(buffer_use &use) {
-    pthread_mutex_lock(&buffer_lives);
-    fe_write_buf_struct *wbuf = fe_write_buf_struct_ptr;
-    if (wbuf != nullptr && wbuf->fe_write_buf == nullptr) {
-        wbuf = nullptr;
+void destroy_pair(pthread_mutex_t &mutex, fe_shared_cond &cond) {
+    pthread_cond_destroy(fe_cond_of(&cond));
+    pthread_mutex_destroy(&mutex);
+}
+
+template <class Block>
+buffer_use<Block> publish_buffer(owned_buffer<Block> *buffer) {
+    lock(buffers_lock);
+    buffer->users = 1;
+    newest<Block> = buffer;
+    export_pointer<Block>(buffer);
+    unlock(buffers_lock);
+    return {.buffer = buffer, .owned = buffer};
+}
+
+template <class Block>
+buffer_use<Block> enter_buffer() {
+    lock(buffers_lock);
+    Block *buffer = exported<Block>();
+    owned_buffer<Block> *owned = buffer == newest<Block> ? newest<Block> : nullptr;
+    if (buffer == nullptr || content_of(*buffer) == nullptr || (owned != nullptr && owned->is_closed)) {
+        buffer = owned = nullptr;
     }
-    if (wbuf != nullptr) {
-        begin_use(use, wbuf);
+    if (owned != nullptr) {
+        ++owned->users;
     }
-    pthread_mutex_unlock(&buffer_lives);
-    return wbuf;
+    unlock(buffers_lock);
+    return {.buffer = buffer, .owned = owned};
 }
 
-void leave_write_buffer(buffer_use &use) {
-    pthread_mutex_lock(&buffer_lives);
-    end_use(use);
-    pthread_mutex_unlock(&buffer_lives);
+void leave_write_buffer(const write_buffer_use &use) {
+    leave(use);
 }
 
-void publish_write_buffer(fe_write_buf_struct *wbuf) {
-    pthread_mutex_lock(&buffer_lives);
-    store_pointer(fe_write_buf_struct_ptr, wbuf);
-    pthread_mutex_unlock(&buffer_lives);
-}
-
-void withdraw_write_buffer(fe_write_buf_struct *wbuf) {
-    pthread_mutex_lock(&buffer_lives);
-    withdraw_pointer(fe_write_buf_struct_ptr, wbuf);
-    await_unused(wbuf);
-    pthread_mutex_unlock(&buffer_lives);
-}
-
-fe_read_buf_struct *enter_read_buffer(buffer_use &use) {
-    pthread_mutex_lock(&buffer_lives);
-    fe_read_buf_struct *rbuf = fe_read_buf_struct_ptr;
-    if (rbuf != nullptr) {
-        begin_use(use, rbuf);
+void leave_read_buffer(const read_buffer_use &use) {
+    // Destroying can take as long as somebody waits on the pair, so the lock is not held. Who is alone stays alone: a
+    // consumer only is when the producer has left, who closed the buffer before.
+    if (is_last_user(use)) {
+        destroy_pair(use.buffer->fe_read_wait_mutex, use.buffer->fe_read_wait_cond);
     }
-    pthread_mutex_unlock(&buffer_lives);
-    return rbuf;
+    leave(use);
 }
 
-bool is_published(const fe_read_buf_struct *rbuf) {
-    return __atomic_load_n(&fe_read_buf_struct_ptr, __ATOMIC_ACQUIRE) == rbuf;
+template <class Block>
+void close_buffer(owned_buffer<Block> *buffer) {
+    lock(buffers_lock);
+    buffer->is_closed = true;
+    unlock(buffers_lock);
 }
 
-void leave_read_buffer(fe_read_buf_struct *rbuf, buffer_use &use) {
-    pthread_mutex_lock(&rbuf->fe_read_wait_mutex);
-    pthread_cond_broadcast(cond_of(rbuf->fe_read_wait_cond));
-    pthread_mutex_unlock(&rbuf->fe_read_wait_mutex);
-    end_read_buffer_use(rbuf, use);
+bool is_closed(const read_buffer_use &use) {
+    lock(buffers_lock);
+    const bool closed = use.owned != nullptr && use.owned->is_closed;
+    unlock(buffers_lock);
+    return closed;
 }
 
-void publish_read_buffer(fe_read_buf_struct *rbuf, buffer_use &use) {
-    pthread_mutex_lock(&buffer_lives);
-    begin_use(use, rbuf);
-    store_pointer(fe_read_buf_struct_ptr, rbuf);
-    pthread_mutex_unlock(&buffer_lives);
+template <class Block>
+void await_unused(owned_buffer<Block> *buffer) {
+    lock(buffers_lock);
+    while (buffer->users > 0) {
+        wait(user_left, buffers_lock);
+    }
+    unlock(buffers_lock);
 }
 
-void withdraw_read_buffer(fe_read_buf_struct *rbuf, buffer_use &use) {
-    pthread_mutex_lock(&buffer_lives);
-    withdraw_pointer(fe_read_buf_struct_ptr, rbuf);
-    pthread_mutex_unlock(&buffer_lives);
-    end_read_buffer_use(rbuf, use);
+// The pointer may be a later owner's meanwhile.
+template <class Block>
+void release_buffer(owned_buffer<Block> *buffer) {
+    lock(buffers_lock);
+    if (exported<Block>() == buffer) {
+        export_pointer<Block>(nullptr);
+    }
+    if (newest<Block> == buffer) {
+        newest<Block> = nullptr;
+    }
+    unlock(buffers_lock);
+    free_block(buffer);
 }
 
-void await_read_buffer_unused(const fe_read_buf_struct *rbuf) {
-    pthread_mutex_lock(&buffer_lives);
-    await_unused(rbuf);
-    pthread_mutex_unlock(&buffer_lives);
-}
+template read_buffer_use publish_buffer(read_buffer *);
+template write_buffer_use publish_buffer(write_buffer *);
+template read_buffer_use enter_buffer();
+template write_buffer_use enter_buffer();
+template void close_buffer(read_buffer *);
+template void close_buffer(write_buffer *);
+template void await_unused(read_buffer *);
+template void await_unused(write_buffer *);
+template void release_buffer(read_buffer *);
+template void release_buffer(write_buffer *);

@@ -1,40 +1,54 @@
-// The lives of the two shared buffers. Whoever works on a buffer registers its use, and whoever owns the buffer waits for
-// the last use to end before it frees it; nobody can come in once the owner has withdrawn the pointer. It works just as
-// well on buffers that somebody else has published.
+// The lives of the two shared buffers. Whoever works on a buffer enters it and leaves it again; its owner, a user from
+// the publication on, closes it, so that nobody new comes in, waits for the others to leave, and releases it. The
+// exported pointer shows the buffer until the release. A buffer that somebody else has published is entered as well, but
+// its life is his affair.
 #pragma once
 
 #include "fault_engine/fault_request.h"
 
-// The pthread calls want the type's own alignment, which the target's blocks do not keep; its glibc does not need it.
-inline pthread_cond_t *cond_of(fe_shared_cond &cond) {
-    return static_cast<pthread_cond_t *>(static_cast<void *>(&cond));
-}
-
 // A mutex and its condition, each with its attribute object at the defaults.
 void init_pair(pthread_mutex_t &mutex, pthread_mutexattr_t &mutex_attr, fe_shared_cond &cond,
                pthread_condattr_t &cond_attr);
+void destroy_pair(pthread_mutex_t &mutex, fe_shared_cond &cond);
 
-// One use of one buffer; it lives on the user's stack.
-struct buffer_use {
-    const void *buffer;
-    buffer_use *next;
+// A block of this library's. The count of its users lies behind it on the heap, so that a thread which ends inside a
+// neighbour's call leaves nothing of its stack behind. Guarded by the lock of buffers.cpp.
+template <class Block>
+struct owned_buffer : Block {
+    uint32_t users;
+    bool is_closed;
 };
 
-// The write buffer, from the test that there is one until its mutex has been released for the last time. Null when
-// there is none, or no record in it; there is nothing to leave then.
-fe_write_buf_struct *enter_write_buffer(buffer_use &use);
-void leave_write_buffer(buffer_use &use);
+template <class Block>
+struct buffer_use {
+    Block *buffer;              // null: there was nothing to enter, and there is nothing to leave
+    owned_buffer<Block> *owned; // the same buffer; null when it is somebody else's
+};
 
-// The fault processor's side of the write buffer.
-void publish_write_buffer(fe_write_buf_struct *wbuf);
-void withdraw_write_buffer(fe_write_buf_struct *wbuf); // returns when the last use has ended
+using read_buffer = owned_buffer<fe_read_buf_struct>;
+using read_buffer_use = buffer_use<fe_read_buf_struct>;
+using write_buffer = owned_buffer<fe_write_buf_struct>;
+using write_buffer_use = buffer_use<fe_write_buf_struct>;
 
-// The fault processor's side of the read buffer. Null when there is none.
-fe_read_buf_struct *enter_read_buffer(buffer_use &use);
-bool is_published(const fe_read_buf_struct *rbuf);                 // false once its listener has withdrawn it
-void leave_read_buffer(fe_read_buf_struct *rbuf, buffer_use &use); // releases waiting producers
+template <class Block>
+buffer_use<Block> publish_buffer(owned_buffer<Block> *buffer);
 
-// The listener's side of the read buffer; `use` stands for the producer inside fe_init_interface().
-void publish_read_buffer(fe_read_buf_struct *rbuf, buffer_use &use);
-void withdraw_read_buffer(fe_read_buf_struct *rbuf, buffer_use &use);
-void await_read_buffer_unused(const fe_read_buf_struct *rbuf);
+// Enters the published buffer, unless it is closed or has no request or record.
+template <class Block>
+buffer_use<Block> enter_buffer();
+
+void leave_write_buffer(const write_buffer_use &use);
+// Producer and consumer share the pair of the hand-back: the last of them destroys it.
+void leave_read_buffer(const read_buffer_use &use);
+
+template <class Block>
+void close_buffer(owned_buffer<Block> *buffer);
+bool is_closed(const read_buffer_use &use);
+
+// Waits until nobody uses the buffer.
+template <class Block>
+void await_unused(owned_buffer<Block> *buffer);
+
+// Frees the buffer and sets its pointer to null.
+template <class Block>
+void release_buffer(owned_buffer<Block> *buffer);

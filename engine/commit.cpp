@@ -6,7 +6,7 @@
 
 #include "fault_engine/classify.h"
 #include "fault_engine/engine.h"
-#include "fault_table/update_result.h"
+#include "fault_engine/fault_table.h"
 #include "platform/fe_core/fe_core.h"
 
 namespace {
@@ -33,10 +33,10 @@ void complete_record(fe_write_buf *record) {
 }
 
 void broadcast_record(fe_write_buf_struct *wbuf, int32_t result) {
-    if (result != 0 && result != repeated_storage_fault) {
+    if (result != 0 && result != FE_TABLE_REPEATED_STORAGE) {
         return;
     }
-    if (result == repeated_storage_fault) {
+    if (result == FE_TABLE_REPEATED_STORAGE) {
         fe_set_flag(&syslog_filter, 1);
     }
     broadcast_fe_faults(wbuf);

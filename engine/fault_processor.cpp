@@ -1,10 +1,10 @@
 // The fault processor thread: owner of the write buffer, consumer of fault requests.
+#include "base/buffer_block.h"
 #include "engine/buffers.h"
 #include "engine/commit.h"
 #include "engine/thread_start.h"
 #include "fault_engine/engine.h"
 #include "fault_engine/fault_table.h"
-#include "fault_table/write_buffer.h"
 #include "platform/fe_core/fe_core.h"
 
 pthread_t fe_fault_processor_thread_id;
@@ -13,35 +13,26 @@ pthread_attr_t fe_fault_processor_thread_attr;
 namespace {
 
 // Null when out of memory.
-fe_write_buf_struct *new_write_buffer() {
-    fe_write_buf_struct *wbuf = allocate_write_buffer();
-    if (wbuf == nullptr) {
-        return nullptr;
+write_buffer *new_write_buffer() {
+    auto *wbuf = allocate_block<write_buffer>();
+    if (wbuf != nullptr) {
+        init_pair(wbuf->fe_write_buf_mutex, fe_write_buf_mutex_attr, wbuf->fe_write_buf_cond, fe_write_buf_cond_attr);
     }
-    init_pair(wbuf->fe_write_buf_mutex, fe_write_buf_mutex_attr, wbuf->fe_write_buf_cond, fe_write_buf_cond_attr);
     return wbuf;
 }
 
-// Releases whoever waits on the write buffer; nobody uses it any more.
-void destroy_write_buffer_pair(fe_write_buf_struct *wbuf) {
-    pthread_mutex_lock(&wbuf->fe_write_buf_mutex);
-    pthread_cond_broadcast(cond_of(wbuf->fe_write_buf_cond));
-    pthread_mutex_unlock(&wbuf->fe_write_buf_mutex);
-    pthread_cond_destroy(cond_of(wbuf->fe_write_buf_cond));
-    pthread_mutex_destroy(&wbuf->fe_write_buf_mutex);
-}
-
-bool is_stopping(const fe_read_buf_struct *rbuf) {
-    return fe_flag(&fe_not_running) != 0 || !is_published(rbuf);
+bool is_stopping(const read_buffer_use &use) {
+    return fe_flag(&fe_not_running) != 0 || is_closed(use);
 }
 
 // Waits for the next request and takes it. False when the engine is stopping.
-bool take_request(fe_read_buf_struct *rbuf, fe_read_buf &request) {
+bool take_request(const read_buffer_use &use, fe_read_buf &request) {
+    fe_read_buf_struct *rbuf = use.buffer;
     pthread_mutex_lock(&rbuf->fe_read_buf_mutex);
-    while (fe_flag(&fe_read_complete) == 0 && !is_stopping(rbuf)) {
-        pthread_cond_wait(cond_of(rbuf->fe_read_buf_cond), &rbuf->fe_read_buf_mutex);
+    while (fe_flag(&fe_read_complete) == 0 && !is_stopping(use)) {
+        pthread_cond_wait(fe_cond_of(&rbuf->fe_read_buf_cond), &rbuf->fe_read_buf_mutex);
     }
-    if (is_stopping(rbuf)) {
+    if (is_stopping(use)) {
         pthread_mutex_unlock(&rbuf->fe_read_buf_mutex);
         return false;
     }
@@ -51,7 +42,7 @@ bool take_request(fe_read_buf_struct *rbuf, fe_read_buf &request) {
 
     pthread_mutex_lock(&rbuf->fe_read_wait_mutex);
     fe_set_flag(&fe_read_complete, 0);
-    pthread_cond_signal(cond_of(rbuf->fe_read_wait_cond));
+    pthread_cond_signal(fe_cond_of(&rbuf->fe_read_wait_cond));
     pthread_mutex_unlock(&rbuf->fe_read_wait_mutex);
     return true;
 }
@@ -72,31 +63,60 @@ void process_request(fe_read_buf *request, fe_write_buf_struct *wbuf) {
     pthread_mutex_unlock(&wbuf->fe_write_buf_mutex);
 }
 
+// Until the engine stops or, after a request, there is no read buffer any more.
+void process_requests(const read_buffer_use &use, fe_write_buf_struct *wbuf) {
+    fe_read_buf request;
+    while (take_request(use, request)) {
+        process_request(&request, wbuf);
+        if (__atomic_load_n(&fe_read_buf_struct_ptr, __ATOMIC_ACQUIRE) == nullptr) {
+            return;
+        }
+    }
+}
+
+// Releases whoever waits on the write buffer; no road uses it any more.
+void destroy_write_buffer_pair(fe_write_buf_struct *wbuf) {
+    pthread_mutex_lock(&wbuf->fe_write_buf_mutex);
+    pthread_cond_broadcast(fe_cond_of(&wbuf->fe_write_buf_cond));
+    pthread_mutex_unlock(&wbuf->fe_write_buf_mutex);
+    destroy_pair(wbuf->fe_write_buf_mutex, wbuf->fe_write_buf_cond);
+}
+
+// Releases waiting producers.
+void leave_as_consumer(const read_buffer_use &use) {
+    fe_read_buf_struct *rbuf = use.buffer;
+    pthread_mutex_lock(&rbuf->fe_read_wait_mutex);
+    pthread_cond_broadcast(fe_cond_of(&rbuf->fe_read_wait_cond));
+    pthread_mutex_unlock(&rbuf->fe_read_wait_mutex);
+    leave_read_buffer(use);
+}
+
 void *fault_processor(void *) {
-    fe_write_buf_struct *wbuf = new_write_buffer();
+    write_buffer *wbuf = new_write_buffer();
     if (wbuf == nullptr) {
+        thread_is_settled();
         return nullptr;
     }
-    publish_write_buffer(wbuf);
-
-    buffer_use consumer;
-    fe_read_buf_struct *rbuf = enter_read_buffer(consumer);
-    fe_read_buf request;
-    while (rbuf != nullptr && take_request(rbuf, request)) {
-        process_request(&request, wbuf);
+    const auto consumer = enter_buffer<fe_read_buf_struct>(); // who sees the write buffer may count on a consumer
+    const write_buffer_use own_use = publish_buffer(wbuf);
+    thread_is_settled();
+    if (consumer.buffer != nullptr) {
+        process_requests(consumer, wbuf);
     }
 
-    withdraw_write_buffer(wbuf);
+    close_buffer(wbuf);
+    leave_write_buffer(own_use);
+    await_unused(wbuf);
     destroy_write_buffer_pair(wbuf);
-    if (rbuf != nullptr) {
-        leave_read_buffer(rbuf, consumer);
+    if (consumer.buffer != nullptr) {
+        leave_as_consumer(consumer);
     }
-    free_write_buffer(wbuf);
+    release_buffer(wbuf);
     return nullptr;
 }
 
 } // namespace
 
 int32_t init_fault_processor(void) {
-    return start_thread(&fe_fault_processor_thread_attr, &fe_fault_processor_thread_id, fault_processor);
+    return start_thread_and_settle(&fe_fault_processor_thread_attr, &fe_fault_processor_thread_id, fault_processor);
 }

@@ -1,3 +1,4 @@
+#include "base/output_area.h"
 #include "fault_engine/engine.h"
 #include "fault_engine/sel.h"
 #include "platform/fe_core/fe_core.h"
@@ -8,9 +9,9 @@ int32_t init_sdr_lookup(void) {
         floor = 1;
     }
     for (int32_t sensor_number = 0; sensor_number <= 255; ++sensor_number) {
-        uint32_t type = 0;
+        output_area<uint32_t> type{};
         sensor_data_record sensor{};
-        if (IPMI_SensorGetSensorData(sensor_number, &type, &sensor) != 0) {
+        if (IPMI_SensorGetSensorData(sensor_number, &type.value, &sensor) != 0) {
             fe_logger("IPMI_SensorGetSensorData failed for sensor_num: %d\n", sensor_number);
             continue;
         }

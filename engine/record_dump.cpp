@@ -1,5 +1,5 @@
+#include "base/text_field.h"
 #include "engine/commit.h"
-#include "fault_table/text_field.h"
 #include "platform/fe_core/fe_core.h"
 
 void dump_record(const fe_write_buf &record) {

@@ -1,97 +1,120 @@
 // Clears the faults whose sensors no longer report them.
+#include <cstring>
+
+#include "base/buffer_block.h"
+#include "base/output_area.h"
+#include "base/text_field.h"
 #include "fault_engine/sel.h"
-#include "fault_table/clearing_record.h"
 #include "fault_table/staleness.h"
 #include "fault_table/table.h"
-#include "fault_table/text_field.h"
-#include "fault_table/write_buffer.h"
+#include "fault_table/update.h"
 #include "platform/fe_core/fe_core.h"
 #include "platform/ipmi_access/ipmi_access.h"
 
 sensor_data_record sensor_data_rec;
-uint32_t record_type;
+// The exported word is the first of an area of the size that is safe to hand out.
+static output_area<uint32_t> record_type_area __asm__("record_type_area") __attribute__((used));
+extern uint32_t record_type __attribute__((alias("record_type_area")));
 
 namespace {
 
-// Guards sensor_data_rec and record_type, the output areas of the sensor calls: one pass at a time. Taken before
-// fe_table_mutex.
-pthread_mutex_t stale_pass_mutex = PTHREAD_MUTEX_INITIALIZER;
-
-enum class outcome { not_examined, unreadable, kept, cleared };
+// One pass at a time, since sensor_data_rec and record_type are its output areas. Taken before fe_table_mutex.
+constinit private_lock one_stale_pass;
 
 // Storage entities, all above them, and sensors that have no 8-bit number are left alone.
 bool is_examined(const fe_write_buf &record) {
     return record.entity_id <= 207 && static_cast<int32_t>(record.sens_num) <= 255;
 }
 
-// Asks the sensor of a copied record and clears the fault when it is stale. The record becomes the clearing one.
-outcome examine(fe_write_buf_struct *copy) {
-    fe_write_buf &record = *copy->fe_write_buf;
+enum class verdict { unreadable, holds, stale };
+
+// Asks the sensor of a copied record, with fe_table_mutex free.
+verdict ask_sensor(const fe_write_buf &record) FE_REQUIRES(one_stale_pass) {
     const auto sensor_number = static_cast<int32_t>(record.sens_num);
-    uint32_t unused_1 = 0;
-    uint32_t unused_2 = 0;
-    uint32_t state = 0;
-    text_scratch scratch;
+    output_area<uint32_t> unused_1{};
+    output_area<uint32_t> unused_2{};
+    output_area<uint32_t> state{};
     if (IPMI_SensorGetSensorData(sensor_number, &record_type, &sensor_data_rec) != 0) {
-        return outcome::unreadable;
+        return verdict::unreadable;
     }
     const uint32_t type_code = sensor_data_rec.event_type;
-    if (IPMI_SensorGetSensorReading(sensor_number, &unused_1, &unused_2, &state) != 0) {
-        return outcome::unreadable;
+    if (IPMI_SensorGetSensorReading(sensor_number, &unused_1.value, &unused_2.value, &state.value) != 0) {
+        return verdict::unreadable;
     }
     const uint32_t sensor_type = sensor_data_rec.sensor_type;
+    text_scratch scratch;
     fe_logger("sensr_name: %s iCurrentstatus:%d type_code: %u iSensorType: %d\n", as_text(record.sensor_name, scratch),
-              static_cast<int>(state), type_code, static_cast<int>(sensor_type));
-    if (!is_stale(type_code, sensor_type, state)) {
-        return outcome::kept;
-    }
+              static_cast<int>(state.value), type_code, static_cast<int>(sensor_type));
+    return is_stale(type_code, sensor_type, state.value) ? verdict::stale : verdict::holds;
+}
+
+// Clears the fault of a copied record, which becomes the clearing one. False when there is none.
+bool clear_stale(fe_write_buf &record) FE_REQUIRES(table_lock) {
+    text_scratch scratch;
     fe_logger("Clearing stale fault - %s (severity: %u)\n", as_text(record.FaultDescription, scratch),
               static_cast<unsigned>(record.vemoFaultSeverity));
     make_clearing(record);
-    return update_fe_database(copy) == -1 ? outcome::kept : outcome::cleared;
+    return change_fault_table(record) != FE_TABLE_UNCHANGED;
 }
 
-// Whether the walk starts again at the head rather than going on behind `entry`; fe_table_mutex is held again. `start`
-// is the head at which it started last, `freed` the number of entries freed before the lock was given up.
-bool starts_again(const fe_table_entry *entry, const fe_table_entry *start, uint32_t freed, outcome last) {
-    if (last != outcome::unreadable && (fe_table_head_ptr != start || last == outcome::cleared)) {
-        return true;
+enum class next_step { go_on, go_on_if_head_stays, start_again };
+
+// Examines one entry. The table's lock is given up while the sensor is asked: what has become of the table meanwhile is
+// looked at before anything is cleared.
+next_step examine(fe_table_entry *&entry, fe_write_buf &copy) FE_REQUIRES(table_lock) FE_REQUIRES(one_stale_pass) {
+    if (!is_examined(entry->record)) {
+        return next_step::go_on_if_head_stays;
     }
-    // Meanwhile another thread may have taken the entry away; as a rule none has gone and nothing is looked for.
-    return entries_freed != freed && *find_entry(&fe_table_head_ptr, entry) == nullptr;
+    copy = entry->record;
+    const uint32_t freed = entries_freed;
+    unlock_table();
+    const verdict said = ask_sensor(copy);
+    lock_table();
+
+    const bool some_freed = entries_freed != freed;
+    if (some_freed) {
+        entry = *find_entry(&fe_table_head_ptr, entry); // taken from the chain, if it is still there
+    }
+    if (entry == nullptr) {
+        return next_step::start_again;
+    }
+    if (said == verdict::unreadable) {
+        return next_step::go_on;
+    }
+    if (said == verdict::holds) {
+        return next_step::go_on_if_head_stays;
+    }
+    // An entry at the same place with the same bytes may still be another fault than the judged one, raised since.
+    const bool is_judged = !some_freed && memcmp(&entry->record, &copy, sizeof copy) == 0;
+    return !is_judged || clear_stale(copy) ? next_step::start_again : next_step::go_on_if_head_stays;
 }
 
-void walk_chain(fe_write_buf_struct *copy) {
-    pthread_mutex_lock(&fe_table_mutex);
-    const fe_table_entry *start = fe_table_head_ptr;
-    for (fe_table_entry *entry = fe_table_head_ptr; entry != nullptr;) {
-        const uint32_t freed = entries_freed;
-        outcome last = outcome::not_examined;
-        if (is_examined(entry->record)) {
-            *copy->fe_write_buf = entry->record;
-            pthread_mutex_unlock(&fe_table_mutex);
-            last = examine(copy);
-            pthread_mutex_lock(&fe_table_mutex);
-        }
-        if (starts_again(entry, start, freed, last)) {
+void walk_chain(fe_write_buf &copy) FE_REQUIRES(one_stale_pass) {
+    lock_table();
+    fe_table_entry *entry = fe_table_head_ptr;
+    const fe_table_entry *start = entry;
+    while (entry != nullptr) {
+        const next_step next = examine(entry, copy);
+        const bool head_moved = fe_table_head_ptr != start;
+        if (next == next_step::start_again || (next == next_step::go_on_if_head_stays && head_moved)) {
             start = entry = fe_table_head_ptr;
         } else {
             entry = entry->next;
         }
     }
-    pthread_mutex_unlock(&fe_table_mutex);
+    unlock_table();
 }
 
 } // namespace
 
 void cleanup_deasserted_events(void) {
     fe_logger("Inside cleanup_deasserted_events...\n");
-    fe_write_buf_struct *copy = allocate_write_buffer();
+    auto *copy = allocate_block<fe_write_buf_struct>();
     if (copy == nullptr) {
         return;
     }
-    pthread_mutex_lock(&stale_pass_mutex);
-    walk_chain(copy);
-    pthread_mutex_unlock(&stale_pass_mutex);
-    free_write_buffer(copy);
+    lock(one_stale_pass);
+    walk_chain(*copy->fe_write_buf);
+    unlock(one_stale_pass);
+    free_block(copy);
 }

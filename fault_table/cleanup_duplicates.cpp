@@ -1,46 +1,42 @@
-// Clears the older of two faults with the same code under one entity instance. Such twins come about when a
+// Clears the older of two faults with the same code under one entity instance: duplicates, which come about when a
 // related-code match gives a fault the code of another.
-#include "fault_table/clearing_record.h"
+#include "base/buffer_block.h"
 #include "fault_table/table.h"
-#include "fault_table/write_buffer.h"
+#include "fault_table/update.h"
 #include "platform/fe_core/fe_core.h"
 
 namespace {
 
-// A place in the index; no entity past its end. Valid only as long as fe_table_mutex is held.
-struct place {
-    entity_id_node *entity;
-    entity_instance_node *instance;
-    fault_node *fault;
+// One bit for each code of a list, on the stack of the pass. Codes that differ by a multiple of `bits` share one.
+struct code_set {
+    static constexpr uint32_t bits = 32768;
+    uint32_t words[bits / 32];
 };
 
-place first_of(entity_id_node *entity) {
-    if (entity == nullptr) {
-        return {};
-    }
-    return {entity, entity->instance_list, entity->instance_list->fault_list};
+uint32_t &word_of(code_set &codes, const fault_node &node) {
+    return codes.words[static_cast<uint32_t>(node.fault_code) % code_set::bits / 32];
 }
 
-place next_instance(const place &at) {
-    entity_instance_node *instance = at.instance->next;
-    return instance != nullptr ? place{at.entity, instance, instance->fault_list} : first_of(at.entity->next);
+uint32_t bit_of(const fault_node &node) {
+    return 1U << static_cast<uint32_t>(node.fault_code) % 32;
 }
 
-// The first fault of an instance, found by its keys; no entity when the instance is gone.
-place find_first(uint8_t entity_id, int32_t entity_instance) {
-    entity_id_node *entity = *find_entity(&entity_id_list_head_ptr, entity_id);
-    if (entity == nullptr) {
-        return {};
+// False for a list that certainly has no duplicates, which is told in one walk. `codes` is empty before and after.
+bool may_have_duplicates(const fault_node *list, code_set &codes) {
+    bool shared = false;
+    for (const fault_node *node = list; node != nullptr; node = node->next) {
+        uint32_t &word = word_of(codes, *node);
+        shared = shared || (word & bit_of(*node)) != 0;
+        word |= bit_of(*node);
     }
-    entity_instance_node *instance = *find_instance(&entity->instance_list, entity_instance);
-    if (instance == nullptr) {
-        return {};
+    for (const fault_node *node = list; node != nullptr; node = node->next) {
+        word_of(codes, *node) = 0;
     }
-    return {entity, instance, instance->fault_list};
+    return shared;
 }
 
-// The first fault from `node` on that has a younger twin behind it; null when there is none.
-fault_node *find_older_twin(fault_node *node) {
+// The first fault from `node` on that has a younger duplicate behind it; null when there is none.
+const fault_node *find_older_duplicate(const fault_node *node) {
     for (; node != nullptr; node = node->next) {
         for (const fault_node *other = node->next; other != nullptr; other = other->next) {
             if (other->fault_code == node->fault_code) {
@@ -51,51 +47,46 @@ fault_node *find_older_twin(fault_node *node) {
     return nullptr;
 }
 
-// Clears the fault at `at` and returns where to go on. Called with fe_table_mutex held, which it gives up for the
-// clearing; whatever the table has become meanwhile, the place returned is one of it.
-place clear_older_twin(const place &at, fe_write_buf_struct *clearing) {
-    const uint8_t entity_id = at.entity->entity_id;
-    const int32_t entity_instance = at.instance->entity_instance;
-    const fault_node *first = at.instance->fault_list;
-    fault_node *next = at.fault->next;
-    fe_write_buf &record = *clearing->fe_write_buf;
-    record = at.fault->entry->record;
-    pthread_mutex_unlock(&fe_table_mutex);
-
+void clear_fault(const fault_node &node, fe_write_buf &clearing) FE_REQUIRES(table_lock) {
+    clearing = node.entry->record;
     fe_logger("Inside cleanup_duplicate_events...\n");
-    fe_logger("Clean up fault node (%u/%u/curr:%u-prev:%u)\n", unsigned{record.entity_id},
-              static_cast<unsigned>(record.entity_instance), static_cast<unsigned>(record.vemoFaultCode),
-              static_cast<unsigned>(record.prev_vemoFaultCode));
-    make_clearing(record);
-    update_fe_database(clearing);
+    fe_logger("Clean up fault node (%u/%u/curr:%u-prev:%u)\n", unsigned{clearing.entity_id},
+              static_cast<unsigned>(clearing.entity_instance), static_cast<unsigned>(clearing.vemoFaultCode),
+              static_cast<unsigned>(clearing.prev_vemoFaultCode));
+    make_clearing(clearing);
+    change_fault_table(clearing);
+}
 
-    pthread_mutex_lock(&fe_table_mutex);
-    place then = find_first(entity_id, entity_instance);
-    if (then.entity == nullptr) {
-        return first_of(entity_id_list_head_ptr);
+// A clearing takes the older duplicate, or a fault before it that a related code matches: what is behind stays. Whether
+// it took the first of the list is told by addresses kept as numbers, since that node may be freed by then.
+void clear_older_duplicates(const entity_instance_node &instance, fe_write_buf &clearing) FE_REQUIRES(table_lock) {
+    const fault_node *node = find_older_duplicate(instance.fault_list);
+    while (node != nullptr) {
+        const fault_node *const behind = node->next;
+        const auto first = reinterpret_cast<uintptr_t>(instance.fault_list);
+        clear_fault(*node, clearing);
+        const bool is_first = reinterpret_cast<uintptr_t>(instance.fault_list) == first;
+        node = find_older_duplicate(is_first ? behind : instance.fault_list);
     }
-    // The list's first node may have been the one cleared; else the walk goes on behind, if that is still there. Where a
-    // related code had an earlier node cleared instead, the twins are left to the next sweep.
-    fault_node **behind = find_link(&then.instance->fault_list, [=](const fault_node &node) { return &node == next; });
-    if (then.fault == first && *behind != nullptr) {
-        then.fault = next;
-    }
-    return then;
 }
 
 } // namespace
 
 void cleanup_duplicate_events(void) {
-    fe_write_buf_struct *clearing = allocate_write_buffer();
+    auto *clearing = allocate_block<fe_write_buf_struct>();
     if (clearing == nullptr) {
         return;
     }
-    pthread_mutex_lock(&fe_table_mutex);
-    place at = first_of(entity_id_list_head_ptr);
-    while (at.entity != nullptr) {
-        at.fault = find_older_twin(at.fault);
-        at = at.fault != nullptr ? clear_older_twin(at, clearing) : next_instance(at);
+    code_set codes{};
+    lock_table();
+    for (const entity_id_node *entity = entity_id_list_head_ptr; entity != nullptr; entity = entity->next) {
+        for (const entity_instance_node *instance = entity->instance_list; instance != nullptr;
+             instance = instance->next) {
+            if (may_have_duplicates(instance->fault_list, codes)) {
+                clear_older_duplicates(*instance, *clearing->fe_write_buf);
+            }
+        }
     }
-    pthread_mutex_unlock(&fe_table_mutex);
-    free_write_buffer(clearing);
+    unlock_table();
+    free_block(clearing);
 }

@@ -2,6 +2,8 @@
 
 #include <bit>
 
+#include "base/ipmi.h"
+
 namespace {
 
 enum class stale_when {
@@ -13,28 +15,25 @@ enum class stale_when {
 };
 
 struct stale_rule {
-    uint8_t type_code; // IPMI v2.0, table 42-1
+    uint8_t type_code;
     stale_when when;
     uint32_t mask;
 };
 
-constexpr uint8_t sensor_specific = 111;
-constexpr uint32_t power_supply = 8; // the only sensor type whose sensor-specific states are known here
-
 constexpr stale_rule rules[] = {
-    {1, stale_when::none_set, 0x3F}, // no threshold crossed
-    {2, stale_when::any_set, 0x200},
-    {3, stale_when::any_set, 0x200},
-    {8, stale_when::any_set, 0x200},
-    {9, stale_when::any_set, 0x200},
-    {4, stale_when::any_set_or_just_0, 0x100},
-    {5, stale_when::any_set_or_just_0, 0x100},
-    {6, stale_when::any_set, 0x100},
-    {7, stale_when::any_set, 0x100},
-    {11, stale_when::any_set, 0x100},
-    {10, stale_when::any_set, 0x200 | 0x400},
-    {sensor_specific, stale_when::at_most_one_set, 0x1FF},
-    {112, stale_when::not_all_set, 0xFE00},
+    {event_type::threshold, stale_when::none_set, 0x3F}, // no threshold crossed
+    {event_type::dmi_usage, stale_when::any_set, 0x200},
+    {event_type::digital, stale_when::any_set, 0x200},
+    {event_type::device_presence, stale_when::any_set, 0x200},
+    {event_type::device_enabled, stale_when::any_set, 0x200},
+    {event_type::predictive_failure, stale_when::any_set_or_just_0, 0x100},
+    {event_type::limit, stale_when::any_set_or_just_0, 0x100},
+    {event_type::performance, stale_when::any_set, 0x100},
+    {event_type::severity, stale_when::any_set, 0x100},
+    {event_type::redundancy, stale_when::any_set, 0x100},
+    {event_type::availability, stale_when::any_set, 0x200 | 0x400},
+    {event_type::sensor_specific, stale_when::at_most_one_set, 0x1FF},
+    {event_type::oem_70, stale_when::not_all_set, 0xFE00},
 };
 
 bool holds(const stale_rule &rule, uint32_t state) {
@@ -51,9 +50,9 @@ bool holds(const stale_rule &rule, uint32_t state) {
 
 } // namespace
 
-bool is_stale(uint32_t type_code, uint32_t sensor_type, uint32_t state) {
-    if (type_code == sensor_specific && sensor_type != power_supply) {
-        return false;
+bool is_stale(uint32_t type_code, uint32_t type_of_sensor, uint32_t state) {
+    if (type_code == event_type::sensor_specific && type_of_sensor != sensor_type::power_supply) {
+        return false; // of sensor-specific states only those of power supplies are known here
     }
     for (const stale_rule &rule : rules) {
         if (rule.type_code == type_code) {

@@ -5,10 +5,9 @@
 
 namespace {
 
-// Guarded by fe_table_mutex. Only creation and clearing move the counters: a fault that changes its band by an update,
-// or is evicted, does not.
-uint32_t stor_fault_count[4]; // slot 1 is never used
-uint8_t stor_stat_flags;      // bit n is set while slot n is not zero
+// Only creation and clearing move the counters; an update that changes a fault's band, or an eviction, does not.
+uint32_t stor_fault_count[4] FE_GUARDED_BY(table_lock); // slot 1 is never used
+uint8_t stor_stat_flags FE_GUARDED_BY(table_lock);      // bit n is set while slot n is not zero
 
 unsigned band(int32_t severity) {
     const auto code = static_cast<uint32_t>(severity);
@@ -19,7 +18,7 @@ unsigned band(int32_t severity) {
 }
 
 // The file belongs to somebody else: when it does not exist, the byte is not written.
-void write_storage_status() {
+void write_storage_status() FE_REQUIRES(table_lock) {
     const int fd = open("/var/stor_stat", O_RDWR | O_TRUNC);
     [[maybe_unused]] const ssize_t written = write(fd, &stor_stat_flags, sizeof stor_stat_flags);
     close(fd);
@@ -27,8 +26,8 @@ void write_storage_status() {
 
 } // namespace
 
-void count_storage_fault(uint8_t entity_id, int32_t severity) {
-    if (!is_storage_entity(entity_id)) {
+void count_storage_fault(uint8_t entity, int32_t severity) {
+    if (!is_storage_entity(entity)) {
         return;
     }
     const unsigned slot = band(severity);
@@ -37,8 +36,8 @@ void count_storage_fault(uint8_t entity_id, int32_t severity) {
     write_storage_status();
 }
 
-void uncount_storage_fault(uint8_t entity_id, int32_t severity) {
-    if (!is_storage_entity(entity_id)) {
+void uncount_storage_fault(uint8_t entity, int32_t severity) {
+    if (!is_storage_entity(entity)) {
         return;
     }
     const unsigned slot = band(severity);

@@ -1,13 +1,15 @@
 // The storage status: live faults of the storage entities counted by severity band, and the bands in use published as
-// one byte in /var/stor_stat. Used with fe_table_mutex held.
+// one byte in /var/stor_stat.
 #pragma once
 
-#include "fault_engine/fault_record.h"
+#include "base/ipmi.h"
+#include "fault_table/table.h"
 
-constexpr bool is_storage_entity(uint8_t entity_id) {
-    return entity_id >= 208 && entity_id <= 215;
+constexpr bool is_storage_entity(uint8_t entity) {
+    return entity >= entity_id::storage_0 && entity <= entity_id::plax_3;
 }
 
-// A fault of a storage entity came with this severity, or went with it. Other entities' faults are not counted.
-void count_storage_fault(uint8_t entity_id, int32_t severity);
-void uncount_storage_fault(uint8_t entity_id, int32_t severity);
+// Counts a created fault by its severity, and publishes the bands; nothing for other than storage entities.
+void count_storage_fault(uint8_t entity, int32_t severity) FE_REQUIRES(table_lock);
+// The same for a fault that is about to go, by the severity stored last.
+void uncount_storage_fault(uint8_t entity, int32_t severity) FE_REQUIRES(table_lock);

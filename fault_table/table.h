@@ -1,11 +1,33 @@
 // The fault table's lists. A position in a list is a link: the head, or the next pointer of the node before. A search
 // gives the link to the node it found or, at the end of the list, the null link where a new node is appended; so one
-// walk serves finding, appending and unlinking. All of this is used with fe_table_mutex held.
+// walk serves finding, appending and unlinking.
 #pragma once
 
 #include <cstdlib>
 
+#include "base/thread_safety.h"
 #include "fault_engine/fault_table.h"
+
+// fe_table_mutex, which is exported as it is, under a name that Clang can check.
+struct FE_CAPABILITY table_lock_name {};
+extern const table_lock_name table_lock; // not defined: only spoken of
+
+inline void lock_table() FE_ACQUIRE(table_lock) FE_UNCHECKED {
+    pthread_mutex_lock(&fe_table_mutex);
+}
+
+inline void unlock_table() FE_RELEASE(table_lock) FE_UNCHECKED {
+    pthread_mutex_unlock(&fe_table_mutex);
+}
+
+// What the public header says of the lock, so that it is checked.
+extern "C" {
+extern entity_id_node *entity_id_list_head_ptr FE_GUARDED_BY(table_lock);
+extern fe_table_entry *fe_table_head_ptr FE_GUARDED_BY(table_lock);
+extern uint32_t fe_fault_count FE_GUARDED_BY(table_lock);
+void write_to_fe_file(fe_table_entry *first) FE_REQUIRES(table_lock);
+int32_t remove_last_fe_table_entry(fe_table_entry **head, entity_id_node **entity_list) FE_REQUIRES(table_lock);
+}
 
 template <class Node, class Match>
 Node **find_link(Node **link, Match matches) {
@@ -41,11 +63,12 @@ struct fault_position {
     fault_node **fault;
 };
 
-// Entries freed so far, counted round, guarded by fe_table_mutex: who gave that up sees by it whether any has gone.
-extern uint32_t entries_freed;
+// Number of entries freed so far, modulo 2^32. If it has not changed since the lock was last held, all entries seen then
+// still exist.
+extern uint32_t entries_freed FE_GUARDED_BY(table_lock);
 
 // Frees an entry that is off the chain.
-void free_entry(fe_table_entry *entry);
+void free_entry(fe_table_entry *entry) FE_REQUIRES(table_lock);
 
 // Takes the fault's node out of the index, with the levels that it leaves empty. The entry is not touched.
-void remove_from_index(const fault_position &position);
+void remove_from_index(const fault_position &position) FE_REQUIRES(table_lock);

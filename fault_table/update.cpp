@@ -1,10 +1,10 @@
 // The one operation that changes the table from a record.
 #include <cstdlib>
 
+#include "base/text_field.h"
 #include "fault_table/storage_status.h"
 #include "fault_table/table.h"
-#include "fault_table/text_field.h"
-#include "fault_table/update_result.h"
+#include "fault_table/update.h"
 #include "platform/fe_core/fe_core.h"
 
 // Every line of the table ends in the keys and the severity of a record.
@@ -14,9 +14,6 @@
               static_cast<unsigned>((record).prev_vemoFaultCode), static_cast<unsigned>((record).vemoFaultSeverity))
 
 namespace {
-
-constexpr int32_t changed = 0;
-constexpr int32_t nothing_changed = -1;
 
 bool clears(const fe_write_buf &record) {
     return record.vemoFaultSeverity == FE_SEVERITY_CLEARED;
@@ -65,12 +62,13 @@ bool allocate_branch(new_branch &branch, missing level) {
     return ok;
 }
 
-bool create_branch(new_branch &branch, missing level, fe_write_buf &record) {
+bool create_branch(new_branch &branch, missing level, fe_write_buf &record) FE_REQUIRES(table_lock) {
     if (!allocate_branch(branch, level)) {
         return false;
     }
     record.vemoFaultOccur = 1;
-    *branch.entry = {.record = record, .next = nullptr};
+    branch.entry->record = record; // not by a whole new entry, which would go over the stack
+    branch.entry->next = nullptr;
     *branch.fault = {.fault_code = record.vemoFaultCode, .entry = branch.entry, .next = nullptr};
     if (branch.instance != nullptr) {
         *branch.instance = {.entity_instance = record.entity_instance, .fault_list = branch.fault, .next = nullptr};
@@ -83,7 +81,7 @@ bool create_branch(new_branch &branch, missing level, fe_write_buf &record) {
 }
 
 // The entry's branch is in the index already, so that the oldest entry can be told from it.
-void add_to_chain(fe_table_entry *entry) {
+void add_to_chain(fe_table_entry *entry) FE_REQUIRES(table_lock) {
     entry->next = fe_table_head_ptr;
     fe_table_head_ptr = entry;
     const bool has_older = entry->next != nullptr;
@@ -94,78 +92,81 @@ void add_to_chain(fe_table_entry *entry) {
     }
 }
 
-// The fault is not in the table: of `tail`, the link at `level` is the end of the list that lacks it.
-int32_t create_fault(const fault_position &tail, missing level, fe_write_buf &record) {
+// Creates a fault that the table lacks from `level` down. `at` is where the search ended: its link of that level is the
+// null link to append at.
+int32_t create_fault(const fault_position &at, missing level, fe_write_buf &record) FE_REQUIRES(table_lock) {
     if (clears(record)) {
-        return nothing_changed;
+        return FE_TABLE_UNCHANGED;
     }
     new_branch branch{};
     if (!create_branch(branch, level, record)) {
-        return nothing_changed;
+        return FE_TABLE_UNCHANGED;
     }
     switch (level) {
     case missing::entity:
         LOG_FAULT("Fault node hierarchy created from entity id", record);
-        *tail.entity = branch.entity;
+        *at.entity = branch.entity;
         break;
     case missing::instance:
         LOG_FAULT("Fault node hierarchy created from instance", record);
-        *tail.instance = branch.instance;
+        *at.instance = branch.instance;
         break;
     case missing::fault:
         LOG_FAULT("Fault node created", record);
-        *tail.fault = branch.fault;
+        *at.fault = branch.fault;
         break;
     }
     add_to_chain(branch.entry);
     write_to_fe_file(fe_table_head_ptr);
-    return changed;
+    return FE_TABLE_CHANGED;
 }
 
-void take_off_chain(const fe_table_entry *entry) {
+void take_off_chain(const fe_table_entry *entry) FE_REQUIRES(table_lock) {
     fe_table_entry **link = &fe_table_head_ptr;
-    while (*link != entry) {
+    while (*link != entry) { // it is there, so that there is no end to look for
         link = &(*link)->next;
     }
     *link = entry->next;
 }
 
-void move_to_head(fe_table_entry *entry) {
+void move_to_head(fe_table_entry *entry) FE_REQUIRES(table_lock) {
     take_off_chain(entry);
     entry->next = fe_table_head_ptr;
     fe_table_head_ptr = entry;
 }
 
-// The stored occurrence becomes the previous one of the record, and the count goes on by one.
-void carry_over(fe_write_buf &record, const fe_write_buf &stored) {
+// Makes the record the next occurrence after the stored one.
+void follow_occurrence(fe_write_buf &record, const fe_write_buf &stored) {
     record.Previous_Fault_time = stored.Fault_time;
     copy_text(record.PreviousTimeOfEvent, stored.TimeOfEvent);
     record.vemoFaultOccur = static_cast<uint8_t>(stored.vemoFaultOccur + 1);
 }
 
-int32_t update_fault(fe_table_entry *entry, fe_write_buf &record) {
+int32_t update_fault(fe_table_entry *entry, fe_write_buf &record) FE_REQUIRES(table_lock) {
     LOG_FAULT("Update the fault found", record);
-    carry_over(record, entry->record);
+    follow_occurrence(record, entry->record);
     entry->record = record;
     move_to_head(entry);
     write_to_fe_file(fe_table_head_ptr);
-    return is_storage_entity(record.entity_id) ? repeated_storage_fault : changed;
+    return is_storage_entity(record.entity_id) ? FE_TABLE_REPEATED_STORAGE : FE_TABLE_CHANGED;
 }
 
-int32_t clear_fault(const fault_position &position, fe_write_buf &record) {
+int32_t clear_fault(const fault_position &position, fe_write_buf &record) FE_REQUIRES(table_lock) {
     LOG_FAULT("Clear the fault found", record);
     fe_table_entry *entry = (*position.fault)->entry;
-    carry_over(record, entry->record);
+    follow_occurrence(record, entry->record);
     uncount_storage_fault(entry->record.entity_id, entry->record.vemoFaultSeverity);
     take_off_chain(entry);
     free_entry(entry);
     --fe_fault_count;
     write_to_fe_file(fe_table_head_ptr);
     remove_from_index(position);
-    return changed;
+    return FE_TABLE_CHANGED;
 }
 
-int32_t change_table(fe_write_buf &record) {
+} // namespace
+
+int32_t change_fault_table(fe_write_buf &record) {
     fault_position at{};
     at.entity = find_entity(&entity_id_list_head_ptr, record.entity_id);
     if (entity_id_list_head_ptr == nullptr) {
@@ -198,16 +199,14 @@ int32_t change_table(fe_write_buf &record) {
     return clears(record) ? clear_fault(at, record) : update_fault(fault->entry, record);
 }
 
-} // namespace
-
 int32_t update_fe_database(fe_write_buf_struct *wbuf) {
     fe_write_buf &record = *wbuf->fe_write_buf;
     if (record.Previous_Fault_time == 0) {
         record.Previous_Fault_time = record.Fault_time;
         copy_text(record.PreviousTimeOfEvent, record.TimeOfEvent);
     }
-    pthread_mutex_lock(&fe_table_mutex);
-    const int32_t result = change_table(record);
-    pthread_mutex_unlock(&fe_table_mutex);
+    lock_table();
+    const int32_t result = change_fault_table(record);
+    unlock_table();
     return result;
 }

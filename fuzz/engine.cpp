@@ -1,6 +1,6 @@
 // SEL records on both roads, the start-up walk and the clean-up passes, between neighbours that answer from the input.
 #include "fuzz/input.h"
-#include "sel/sel_decode_area.h"
+#include "platform/ipmi_access/ipmi_access.h"
 #include "support/neighbours.h"
 
 namespace {

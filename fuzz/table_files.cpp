@@ -1,11 +1,14 @@
-// The pair of files that an engine publishes, as fectl reads it.
+// The pair of files that an engine publishes, as fectl reads and prints it.
 #include "tools/table_files.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 #include "fault_engine/fault_table.h"
 #include "fuzz/input.h"
+#include "tools/fault_list.h"
 #include "tools/fectl.h"
 
 // The reader pauses between its attempts.
@@ -31,6 +34,7 @@ void write_file(const std::string &path, const std::string &bytes) {
 // is, the byte that fills it, its first bytes.
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     static const Folder folder;
+    static FILE *const nowhere = fopen("/dev/null", "w");
     Input input(data, size);
     const std::string count_file = input.bytes(input.number() % 8);
     uint32_t count = 0;
@@ -48,6 +52,9 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     try {
         const std::vector<fe_write_buf> faults = read_table_files(folder.path);
         require(is_pair && faults.size() == count, "only a pair that agrees is a table");
+        std::vector<story::Fault> read;
+        std::ranges::transform(faults, std::back_inserter(read), story::read_fault);
+        print_fault_list(nowhere, read, count % 200);
         require(count == 0 || memcmp(faults.data(), entry_file.data(), entry_file.size()) == 0,
                 "the faults are those of the file");
     } catch (const Refusal &) {

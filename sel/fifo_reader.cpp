@@ -44,7 +44,7 @@ int await_activity() {
 }
 
 // Opens the FIFO again if somebody has removed it; when there is none to be opened, the engine stops.
-void follow_removal() {
+void reopen_if_removed() {
     struct stat status = {};
     if (fstat(sel_fifo_fd, &status) != 0 || status.st_nlink != 0) {
         return;
@@ -65,7 +65,8 @@ void read_batch() {
     }
 }
 
-enum class next_step { wait_again, sweep, leave };
+// run_pass: the duplicate pass, before the next wait.
+enum class next_step { wait_again, run_pass, leave };
 
 next_step after_activity() {
     if (is_stopping()) {
@@ -84,7 +85,7 @@ next_step after_activity() {
         close_fifo();
         return next_step::leave;
     }
-    return next_step::sweep;
+    return next_step::run_pass;
 }
 
 next_step after_wait(int ready, int wait_error) {
@@ -94,7 +95,7 @@ next_step after_wait(int ready, int wait_error) {
     if (ready > 0) {
         return after_activity();
     }
-    return sel_fifo_fd == -1 ? next_step::wait_again : next_step::sweep; // -1: removed, and not there again
+    return sel_fifo_fd == -1 ? next_step::wait_again : next_step::run_pass; // -1: removed, and nobody has made it again
 }
 
 } // namespace
@@ -112,12 +113,12 @@ int32_t init_database(void) {
         }
         const int ready = await_activity();
         const int wait_error = errno;
-        follow_removal();
+        reopen_if_removed();
         const next_step next = after_wait(ready, wait_error);
         if (next == next_step::leave) {
             return 0;
         }
-        if (next == next_step::sweep && fe_flag(&sel_init_complete) != 0) {
+        if (next == next_step::run_pass && fe_flag(&sel_init_complete) != 0) {
             cleanup_duplicate_events();
         }
     }

@@ -7,23 +7,21 @@
 #include <cstring>
 #include <syslog.h>
 
+#include "base/output_area.h"
+#include "base/text_field.h"
+#include "base/wire_bytes.h"
 #include "classify/event.h"
 #include "engine/buffers.h"
 #include "fault_engine/classify.h"
 #include "fault_engine/fault_table.h"
 #include "fault_engine/sel.h"
-#include "fault_table/text_field.h"
+#include "fault_table/table.h"
 #include "platform/fe_core/fe_core.h"
 #include "platform/ipmi_access/ipmi_access.h"
-#include "sel/little_endian.h"
 #include "sel/sel_commit.h"
-#include "sel/sel_decode_area.h"
-#include "sel/sel_results.h"
 #include "sel/sensor_name.h"
 
 namespace {
-
-constexpr uint8_t event_logging_disabled = 0x10;
 
 void log_record(const uint8_t *bytes) {
     fe_logger("decode_sel_entry: %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x \n", unsigned{bytes[0]},
@@ -52,12 +50,12 @@ sel_entry_fields take_apart(const sel_record &record) {
 // Has the SEL library say the record in words. Returns 0, no_text, or what a failing detach returned.
 int32_t read_text(const uint8_t *sel_bytes, const sel_record &record, sel_text_rec &text) {
     if (IPMI_SELHVDBSELAttach(&text) != 0) {
-        return sel_result::no_text;
+        return FE_SEL_NO_TEXT;
     }
     log_record(sel_bytes);
     const sel_entry_fields fields = take_apart(record);
     if (IPMI_SELGetHVDBSELData(record.record_type, &fields, &text) != 0) {
-        return sel_result::no_text;
+        return FE_SEL_NO_TEXT;
     }
     terminate(text.event);
     return IPMI_SELHVDBSELDetach();
@@ -90,19 +88,19 @@ bool keeps_classified_instance(const sensor_data_record &sensor) {
 }
 
 int32_t commit_sel_request(fe_read_buf *request, const sensor_data_record &sensor, const sel_text_rec &text) {
-    static bool duplicates_swept; // guarded by fe_write_buf_mutex
+    static bool duplicate_pass_done; // guarded by fe_write_buf_mutex
 
-    buffer_use use;
-    fe_write_buf_struct *wbuf = enter_write_buffer(use);
+    const auto use = enter_buffer<fe_write_buf_struct>();
+    fe_write_buf_struct *wbuf = use.buffer;
     if (wbuf == nullptr) {
-        return sel_result::no_write_buffer;
+        return FE_SEL_NO_WRITE_BUFFER;
     }
     pthread_mutex_lock(&wbuf->fe_write_buf_mutex);
     if (!keeps_classified_instance(sensor)) {
         request->entity_instance = floored_instance(sensor);
     }
     log_event(text, *request);
-    commit_request(sel_road::ordinary, request, wbuf, duplicates_swept);
+    commit_request(sel_road::ordinary, request, wbuf, duplicate_pass_done);
     pthread_mutex_unlock(&wbuf->fe_write_buf_mutex);
     leave_write_buffer(use);
     return 0;
@@ -112,13 +110,13 @@ int32_t commit_sel_request(fe_read_buf *request, const sensor_data_record &senso
 
 int32_t process_sel_data(const uint8_t *sel_bytes) {
     if (sel_bytes == nullptr) {
-        return sel_result::no_record;
+        return FE_SEL_NO_RECORD;
     }
     const auto &record = *reinterpret_cast<const sel_record *>(sel_bytes);
     if (record.record_type > last_standard_record_type) {
-        return sel_result::wrong_record;
+        return FE_SEL_WRONG_RECORD;
     }
-    if (is_fault_sensor(record.sensor_number) == 0 || record.sensor_type == event_logging_disabled) {
+    if (is_fault_sensor(record.sensor_number) == 0 || record.sensor_type == sensor_type::event_logging_disabled) {
         return 0;
     }
     sel_text_rec text{};
@@ -127,48 +125,44 @@ int32_t process_sel_data(const uint8_t *sel_bytes) {
     }
 
     fe_read_buf request{};
-    uint32_t type = 0;
+    output_area<uint32_t> type{};
     sensor_data_record sensor{};
-    if (IPMI_SensorGetSensorData(record.sensor_number, &type, &sensor) != 0) {
-        return sel_result::no_sensor;
+    if (IPMI_SensorGetSensorData(record.sensor_number, &type.value, &sensor) != 0) {
+        return FE_SEL_NO_SENSOR;
     }
     if (sensor.sensor_type != record.sensor_type) {
-        return sel_result::wrong_record;
+        return FE_SEL_WRONG_RECORD;
     }
-    event_word first_word;
-    cut_sensor_name(text.event, request.sensor_name, first_word);
+    event_words words = cut_words(text.event);
+    take_sensor_name(words, request.sensor_name);
     if (const int32_t result = convert_sel_to_fe_read_buf(sel_bytes, sensor, &request); result < 0) {
         return result;
     }
-    settle_after_bios_post(first_word, request);
+    settle_after_bios_post(words.first.text, request);
     return commit_sel_request(&request, sensor, text);
 }
 
 namespace {
 
+// What chunk number `chunk`, from 0, of a SEL of `total` entries has to ask for.
+uint16_t chunk_length(uint32_t chunk, uint16_t total) {
+    return static_cast<uint16_t>(std::min<uint32_t>(total - chunk * SEL_CHUNK_ENTRIES, SEL_CHUNK_ENTRIES));
+}
+
 // Decodes the whole SEL of `total` entries into `list`, chunk by chunk, packed. Returns false when a chunk fails.
 bool decode_all(sel_decode_area &area, sel_list_entry *list, uint16_t total) {
-    const uint32_t chunks = (uint32_t{total} + sel_chunk_entries - 1) / sel_chunk_entries;
-    const auto rest = static_cast<uint16_t>(total % sel_chunk_entries);
-    sel_chunk_request request = {.first_record_id = 1, .entries = sel_chunk_entries};
+    uint16_t next_record_id = 1;
     uint32_t decoded = 0;
     bool ok = true;
-    for (uint32_t chunk = 1; chunk <= chunks; ++chunk) {
-        area.request = 4;
-        if (chunk == chunks && rest != 0) {
-            request.entries = rest;
-        }
-        if (DecodeSel(&area, sel_decode_area_size, &request, &area.decoded_last) != 0) {
-            ok = false;
-            break;
-        }
-        const uint32_t count = std::min({area.decoded_last, uint32_t{sel_chunk_entries}, total - decoded});
+    for (uint32_t chunk = 0; ok && chunk * SEL_CHUNK_ENTRIES < total && next_record_id != SEL_END_OF_LOG; ++chunk) {
+        output_area<sel_chunk_request> request{}; // afresh for each chunk: the decoder may use it for itself
+        request.value = {.first_record_id = next_record_id, .entries = chunk_length(chunk, total)};
+        area.request = SEL_DECODE_AREA_REQUEST;
+        ok = DecodeSel(&area, SEL_DECODE_AREA_SIZE, &request.value, &area.decoded_last) == 0;
+        const uint32_t count = ok ? std::min({area.decoded_last, uint32_t{SEL_CHUNK_ENTRIES}, total - decoded}) : 0;
         memcpy(list + decoded, area.entries, count * sizeof *list);
         decoded += count;
-        if (area.next_record_id == sel_end_of_log) {
-            break;
-        }
-        request.first_record_id = area.next_record_id;
+        next_record_id = area.next_record_id;
     }
     area.decoded_total = decoded;
     return ok;
@@ -187,11 +181,12 @@ int32_t process_all(const sel_list_entry *list, uint32_t count) {
 
 int32_t populate_all_sel_events(void) {
     sel_decode_area area{};
-    uint16_t unused = 0;
-    uint16_t total = 0;
-    if (SELTotalSEL(&area.total_first, 0, &unused, &total) != 0) {
-        return sel_result::no_sel_size;
+    output_area<uint16_t> unused{};
+    output_area<uint16_t> reported{};
+    if (SELTotalSEL(&area.total_first, 0, &unused.value, &reported.value) != 0) {
+        return FE_SEL_NO_SIZE;
     }
+    const uint16_t total = reported.value;
     if (total == 0) {
         return 0;
     }
@@ -199,7 +194,7 @@ int32_t populate_all_sel_events(void) {
     if (list == nullptr) {
         return 0;
     }
-    const int32_t result = decode_all(area, list, total) ? process_all(list, area.decoded_total) : sel_result::no_chunk;
+    const int32_t result = decode_all(area, list, total) ? process_all(list, area.decoded_total) : FE_SEL_NO_CHUNK;
     free(list);
     return result;
 }
@@ -212,9 +207,9 @@ int32_t init_event_thread(void) {
     cleanup_duplicate_events();
     fe_set_flag(&sel_init_complete, 1);
     syslog(LOG_DEBUG, "SEL INIT DONE\n");
-    pthread_mutex_lock(&fe_table_mutex);
+    lock_table();
     write_to_fe_file(fe_table_head_ptr);
-    pthread_mutex_unlock(&fe_table_mutex);
+    unlock_table();
     return result;
 }
 

@@ -2,16 +2,16 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/output_area.h"
+#include "base/text_field.h"
+#include "base/wire_bytes.h"
 #include "classify/event.h"
 #include "engine/buffers.h"
 #include "fault_engine/classify.h"
 #include "fault_engine/sel.h"
-#include "fault_table/text_field.h"
 #include "platform/fe_core/fe_core.h"
 #include "platform/ipmi_access/ipmi_access.h"
-#include "sel/little_endian.h"
 #include "sel/sel_commit.h"
-#include "sel/sel_results.h"
 #include "sel/sensor_name.h"
 
 namespace {
@@ -26,11 +26,6 @@ void log_record(int32_t sensor_number, const uint8_t *bytes) {
               unsigned{bytes[9]}, unsigned{bytes[10]}, unsigned{bytes[11]}, unsigned{bytes[12]}, unsigned{bytes[13]},
               unsigned{bytes[14]}, unsigned{bytes[15]}, unsigned{bytes[16]}, unsigned{bytes[17]}, unsigned{bytes[18]},
               unsigned{bytes[19]}, unsigned{bytes[20]}, unsigned{bytes[21]}, unsigned{bytes[22]}, unsigned{bytes[23]});
-}
-
-template <size_t N>
-void copy_bytes(uint8_t (&to)[N], const uint8_t (&from)[N]) {
-    memcpy(to, from, N);
 }
 
 sel_record ordinary_record(const super_sel_rec &extended) {
@@ -90,45 +85,55 @@ fe_read_buf request_for(const sensor_data_record &sensor) {
     return request;
 }
 
-// Makes the text of a record that the SEL library does not hold. False when its formatting fails.
-bool make_text(const sel_record &record, int32_t sensor_number, sel_text_rec &text) {
-    char timestamp[32] = {};
-    char date[32] = {};
-    char event[256] = {};
-    uint16_t timestamp_length = sizeof timestamp;
-    uint8_t flag_1 = 0;
-    uint8_t flag_2 = 0;
-    uint8_t work[68] = {};
-    if (HVLGSELEntryToStr(reinterpret_cast<const uint8_t *>(&record), 0, timestamp, &timestamp_length, event, &flag_1,
-                          &flag_2, work, sensor_number) != 0) {
-        return false;
-    }
-    terminate(timestamp);
-    HVLGSELUnixToCTime(timestamp, date);
+// What the SEL library's formatting writes. Its texts may lack their NUL.
+struct formatted_record {
+    alignas(4) char timestamp[32];
+    alignas(4) char event[256];
+    alignas(4) uint8_t work[68];
+    output_area<uint16_t> timestamp_length;
+    output_area<uint8_t> flag_1;
+    output_area<uint8_t> flag_2;
+};
 
+bool format(const sel_record &record, int32_t sensor_number, formatted_record &formatted) {
+    formatted.timestamp_length.value = sizeof formatted.timestamp;
+    const int32_t result = HVLGSELEntryToStr(
+        reinterpret_cast<const uint8_t *>(&record), 0, formatted.timestamp, &formatted.timestamp_length.value,
+        formatted.event, &formatted.flag_1.value, &formatted.flag_2.value, formatted.work, sensor_number);
+    terminate(formatted.timestamp);
+    return result == 0;
+}
+
+// The text record as the SEL library gives it on the ordinary road, complete though the road reads only the event.
+sel_text_rec text_of(const formatted_record &formatted) {
+    alignas(4) char date[32] = {};
+    HVLGSELUnixToCTime(formatted.timestamp, date);
+
+    sel_text_rec text{};
     text.kind = extended_text_kind;
     copy_text(text.date, date);
-    text.timestamp_length = timestamp_length;
-    if (timestamp_length > 1) {
-        memcpy(text.timestamp, timestamp, std::min<size_t>(strlen(timestamp), timestamp_length - 1U));
+    text.timestamp_length = formatted.timestamp_length.value;
+    if (text.timestamp_length > 1) {
+        memcpy(text.timestamp, formatted.timestamp,
+               std::min<size_t>(strlen(formatted.timestamp), text.timestamp_length - 1));
     }
-    text.flag = flag_2;
-    copy_text(text.event, event);
+    text.flag = formatted.flag_2.value;
+    copy_text(text.event, formatted.event);
     text.event_length = static_cast<uint32_t>(strlen(text.event));
-    return true;
+    return text;
 }
 
 } // namespace
 
 int32_t process_super_sel_data(const uint8_t *sel_bytes) {
-    static bool duplicates_swept; // guarded by fe_write_buf_mutex
+    static bool duplicate_pass_done; // guarded by fe_write_buf_mutex
 
     const auto &extended = *reinterpret_cast<const super_sel_rec *>(sel_bytes);
     const sel_record record = ordinary_record(extended);
     const auto sensor_number = static_cast<int32_t>(little_endian(extended.sensor_number));
     log_record(sensor_number, sel_bytes);
     if (record.record_type > last_standard_record_type) {
-        return sel_result::wrong_record;
+        return FE_SEL_WRONG_RECORD;
     }
     fe_logger("iSensorNumber: %d iSensorType: %d\n", sensor_number, int{record.sensor_type});
     const auto *record_bytes = reinterpret_cast<const uint8_t *>(&record);
@@ -138,25 +143,26 @@ int32_t process_super_sel_data(const uint8_t *sel_bytes) {
 
     const sensor_data_record sensor = describe_sensor(sensor_number, record.sensor_type);
     fe_read_buf request = request_for(sensor);
-    sel_text_rec text{};
-    if (!make_text(record, sensor_number, text)) {
-        return sel_result::no_extended_text;
+    formatted_record formatted{};
+    if (!format(record, sensor_number, formatted)) {
+        return FE_SEL_NO_EXTENDED_TEXT;
     }
-    event_word first_word;
-    cut_sensor_name(text.event, request.sensor_name, first_word);
+    const sel_text_rec text = text_of(formatted);
+    event_words words = cut_words(text.event);
+    take_sensor_name(words, request.sensor_name);
     if (const int32_t result = fe_get_severity(&request, &sensor, record_bytes); result < 0) {
         return result;
     }
     settle_after_bios_post(request.sensor_name, request);
 
-    buffer_use use;
-    fe_write_buf_struct *wbuf = enter_write_buffer(use);
+    const auto use = enter_buffer<fe_write_buf_struct>();
+    fe_write_buf_struct *wbuf = use.buffer;
     if (wbuf == nullptr) {
-        return sel_result::no_write_buffer;
+        return FE_SEL_NO_WRITE_BUFFER;
     }
     log_event(text, request);
     pthread_mutex_lock(&wbuf->fe_write_buf_mutex);
-    commit_request(sel_road::extended, &request, wbuf, duplicates_swept);
+    commit_request(sel_road::extended, &request, wbuf, duplicate_pass_done);
     pthread_mutex_unlock(&wbuf->fe_write_buf_mutex);
     leave_write_buffer(use);
     return 0;

@@ -28,7 +28,7 @@ void log_event(const sel_text_rec &text, const fe_read_buf &request) {
     fe_logger("Fault Severity: %u\n\n", static_cast<unsigned>(request.vemoFaultSeverity));
 }
 
-void commit_request(sel_road road, fe_read_buf *request, fe_write_buf_struct *wbuf, bool &duplicates_swept) {
+void commit_request(sel_road road, fe_read_buf *request, fe_write_buf_struct *wbuf, bool &duplicate_pass_done) {
     int32_t result = fill_record(request, wbuf);
     if (road == sel_road::ordinary) {
         fe_logger("Exited process_write_buf err= %d\n", result);
@@ -39,15 +39,14 @@ void commit_request(sel_road road, fe_read_buf *request, fe_write_buf_struct *wb
         complete_record(wbuf->fe_write_buf);
         result = update_fe_database(wbuf);
     }
-    const bool started = fe_flag(&sel_init_complete) != 0;
-    if (started && !duplicates_swept) {
+    if (fe_flag(&sel_init_complete) != 0 && !duplicate_pass_done) {
         cleanup_duplicate_events();
-        duplicates_swept = true;
+        duplicate_pass_done = true;
     }
     if (road == sel_road::ordinary) {
         fe_logger("Exited update_fe_database err= %d\n", result);
     }
-    if (started) {
+    if (fe_flag(&sel_init_complete) != 0) {
         broadcast_record(wbuf, result);
     }
     clear_record(wbuf->fe_write_buf);

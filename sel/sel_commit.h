@@ -14,6 +14,5 @@ void settle_after_bios_post(const char *reporter, const fe_read_buf &request);
 void log_event(const sel_text_rec &text, const fe_read_buf &request);
 
 // From the dispatch to the cleared record; the caller holds fe_write_buf_mutex. The first record of a road after
-// start-up also sweeps the duplicates that the start-up left; `duplicates_swept` remembers that, and the mutex guards
-// it.
-void commit_request(sel_road road, fe_read_buf *request, fe_write_buf_struct *wbuf, bool &duplicates_swept);
+// start-up also runs the duplicate pass; `duplicate_pass_done` remembers that, and the mutex guards it.
+void commit_request(sel_road road, fe_read_buf *request, fe_write_buf_struct *wbuf, bool &duplicate_pass_done);

@@ -1,12 +1,24 @@
 // The sensor's name, as the SEL library's event text has it.
 #pragma once
 
+#include <cstddef>
+
 #include "fault_engine/fault_record.h"
-#include "fault_engine/sel.h"
 
-// A word of an event text, at most 39 characters of it.
-using event_word = char[40];
+// The word of a text, at most 39 characters of it.
+struct event_word {
+    char text[40]; // NUL-terminated
+    size_t length;
+};
 
-// Cuts the name from the NUL-terminated text: of its first two words the one that names the sensor, without its last
-// character. Fewer than two words give an empty name. `first_word` receives the first word, shortened if it was chosen.
-void cut_sensor_name(const char *text, char (&name)[FE_SENSOR_NAME_SIZE], event_word &first_word);
+// The first two words of an event text, or fewer: empty ones then.
+struct event_words {
+    event_word first;
+    event_word second;
+};
+
+event_words cut_words(const char *text);
+
+// Names the sensor by the one of the two words that is its name, and takes the last character, a colon, off that word.
+// Fewer than two words give an empty name.
+void take_sensor_name(event_words &words, char (&name)[FE_SENSOR_NAME_SIZE]);

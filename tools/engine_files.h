@@ -1,5 +1,8 @@
-// Where the engine's files go. The engine's paths are fixed, so fectl stands in front of the open() that it calls.
+// Where the engine's files go. The engine's paths are fixed, so a program that compiles this in stands in front of the
+// open() that the engine calls.
 #pragma once
+
+#include <sys/types.h>
 
 #include <string>
 
@@ -18,3 +21,7 @@ std::string table_file_failure();
 // From now on the engine can always open its SEL FIFO, and the wait for a record ends at once, even if the file is gone:
 // for a reader that is to see the stop.
 void open_sel_fifo_to_nothing();
+
+// Asked before anybody opens anything; what it returns, unless 0, is the errno with which that fails. Null (the start
+// value): all goes on.
+extern int (*before_open)(const char *path, int flags, mode_t mode);

@@ -12,6 +12,7 @@
 #include "tools/engine_files.h"
 #include "tools/engine_watch.h"
 #include "tools/fectl.h"
+#include "tools/table_writes.h"
 
 namespace {
 
@@ -52,7 +53,7 @@ EngineSession::EngineSession(const EngineOptions &options, std::chrono::millisec
     redirect_engine_files(options.file_directory);
     fe_core::log_to(log_.get());
     fe_core::limit_pauses(options.real_time ? std::chrono::milliseconds::max() : longest_pause);
-    entity_filter::set_sensor_rank(ipmi_access::sensor_rank);
+    entity_filter::hooks.sensor_rank = ipmi_access::sensor_rank;
     watch_engine(&listener);
 }
 
@@ -67,10 +68,11 @@ bool EngineSession::files_are_good() const {
         fprintf(stderr, "fectl: %s: cannot write: %s\n", log_path_.c_str(), strerror(errno));
         good = false;
     }
-    if (const std::string failure = table_file_failure(); !failure.empty()) {
-        fprintf(stderr, "fectl: the table files are not current: %s\n", failure.c_str());
-        good = false;
-    }
+    for (const std::string &failure : {table_file_failure(), table_write_failure()})
+        if (!failure.empty()) {
+            fprintf(stderr, "fectl: the table files are not current: %s\n", failure.c_str());
+            good = false;
+        }
     return good;
 }
 

@@ -161,7 +161,7 @@ void end_record(int32_t result) {
 void watch_engine(story::Listener *listener) {
     const std::lock_guard lock(totals_lock);
     audience = listener;
-    entity_filter::set_clock(time_in_hand);
+    entity_filter::hooks.clock = time_in_hand;
 }
 
 void finish_record_in_hand() {

@@ -68,7 +68,7 @@ void ChangeList::print(const Change &change) {
                  severity_column, severity_colour(fault.severity));
 }
 
-void print_fault_list(std::span<const Fault> faults, size_t line_width) {
+void print_fault_list(FILE *out, std::span<const Fault> faults, size_t line_width) {
     const bool have_events = std::ranges::any_of(faults, [](const Fault &fault) { return fault.event.has_value(); });
     std::vector<Column> columns = {{"LAST", 19},           {"SEVERITY", 8},       {"SENSOR", 6},
                                    {"ENTITY", 6},          {"COUNT", 5, true, 4}, {"FIRST", 5, false, 3},
@@ -92,7 +92,7 @@ void print_fault_list(std::span<const Fault> faults, size_t line_width) {
         table.fit(cells);
         lines.push_back(std::move(cells));
     }
-    table.print_head(stdout);
+    table.print_head(out);
     for (size_t i = 0; i < lines.size(); i++)
-        table.print(stdout, lines[i], severity_column, severity_colour(faults[i].severity));
+        table.print(out, lines[i], severity_column, severity_colour(faults[i].severity));
 }

@@ -1,6 +1,7 @@
 // Faults as lines of columns.
 #pragma once
 
+#include <cstdio>
 #include <optional>
 #include <span>
 #include <string>
@@ -22,4 +23,4 @@ private:
 // What a change's event says, and what else is to be said of it.
 std::string change_words(const story::Change &change);
 
-void print_fault_list(std::span<const story::Fault> faults, size_t line_width);
+void print_fault_list(FILE *out, std::span<const story::Fault> faults, size_t line_width);

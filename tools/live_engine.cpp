@@ -1,11 +1,9 @@
 #include "tools/live_engine.h"
 
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <utility>
 
 #include "fault_engine/engine.h"
@@ -47,18 +45,6 @@ void LiveEngine::start_sel_side() {
     sel_thread_runs_ = true;
 }
 
-// Without it the SEL road would refuse the first records of the start-up walk. Nobody tells when the fault processor has
-// published it, or has ended for want of memory.
-void LiveEngine::await_write_buffer() {
-    while (!is_published(fe_write_buf_struct_ptr)) {
-        if (pthread_tryjoin_np(threads_.back(), nullptr) == 0) {
-            threads_.pop_back();
-            fail("no memory for the write buffer");
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-}
-
 void LiveEngine::start() {
     fe_core::take_requests_from(requests_.fd());
     init_sdr_lookup();
@@ -67,7 +53,8 @@ void LiveEngine::start() {
         fail("no memory for the read buffer");
     start_thread(init_broadcaster, fe_broadcaster_thread_id, "broadcaster");
     start_thread(init_fault_processor, fe_fault_processor_thread_id, "fault processor");
-    await_write_buffer();
+    if (!is_published(fe_write_buf_struct_ptr))
+        fail("no memory for the write buffer");
     start_sel_side();
 }
 

@@ -32,7 +32,6 @@ private:
     static void *run_sel_side(void *engine);
     void start_thread(StartFunction start_function, const pthread_t &id, const char *name);
     void start_sel_side();
-    void await_write_buffer();
 
     RequestSocket &requests_;
     SelFifo &records_;

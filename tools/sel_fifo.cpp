@@ -81,6 +81,18 @@ void SelFifo::wake_reader() {
     open_sel_fifo_to_nothing();
 }
 
+// A writer that goes on writing is not waited for: more than a FIFO holds was written after the stop.
+size_t SelFifo::drain() {
+    constexpr size_t most = size_t{1} << 16;
+    size_t left = 0;
+    for (const int fd : {fd_, fd_at_stop_}) {
+        sel_record record;
+        while (fd >= 0 && left < most && read(fd, &record, sizeof record) == static_cast<ssize_t>(sizeof record))
+            left += memcmp(&record, &wake_up, sizeof record) != 0;
+    }
+    return left;
+}
+
 SelWriter::SelWriter(const std::string &path) : fd_(open_fifo(path, O_WRONLY)) {
     if (fd_ < 0 && errno == ENXIO)
         throw Refusal(path + ": nobody reads the FIFO (is fectl serve running?)");

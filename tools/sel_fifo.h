@@ -1,6 +1,7 @@
 // The FIFO through which SEL records come, 16 bytes each.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 struct sel_record;
@@ -18,6 +19,9 @@ public:
 
     // Lets the engine's reader, wherever it waits, see that the engine has stopped.
     void wake_reader();
+
+    // After that: takes what is left, and returns how many records that was.
+    size_t drain();
 
 private:
     std::string path_;

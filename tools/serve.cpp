@@ -85,7 +85,7 @@ int serve(const ServeOptions &chosen) {
     if (!told_to_stop)
         fprintf(stderr, "fectl: the engine has stopped: %s is gone or fails\n", records.path().c_str());
     engine.stop();
-    const RequestsSeen requests_seen = {fe_core::request_counts(), requests.drain()};
+    const RequestsSeen requests_seen = {fe_core::request_counts(), requests.drain(), records.drain()};
     const story::Ending ending = engine_ending();
     view->end(ending, &requests_seen);
     const bool good = session.files_are_good() && told_to_stop;

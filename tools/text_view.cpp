@@ -14,6 +14,11 @@ void print_records(const story::Totals &totals) {
         printf("           %6zu left out because of the stop\n", totals.left_out);
 }
 
+void print_records_left(size_t records) {
+    if (records != 0)
+        printf("           %6zu records left in the FIFO\n", records);
+}
+
 void print_requests(const story::Totals &totals, const RequestsSeen &requests) {
     printf("requests   %6zu taken: %zu processed, %zu refused\n", requests.counts.taken, totals.requests_processed,
            totals.requests - totals.requests_processed);
@@ -38,7 +43,7 @@ void print_recovered(const std::vector<story::Fault> &faults, size_t line_width)
     if (faults.empty())
         return;
     printf("\ndropped, because their sensors have recovered:\n");
-    print_fault_list(faults, line_width);
+    print_fault_list(stdout, faults, line_width);
 }
 
 class TextView : public View {
@@ -63,18 +68,20 @@ public:
         const size_t width = options_.line_width();
         if (any_change_)
             putchar('\n');
-        print_fault_list(options_.filter.select(ending.active), width);
+        print_fault_list(stdout, options_.filter.select(ending.active), width);
         print_recovered(recovered_, width);
         if (options_.refused != "none")
             refused_.print(options_.refused == "all", width);
         print_records(ending.totals);
-        if (requests != nullptr)
+        if (requests != nullptr) {
+            print_records_left(requests->records_left);
             print_requests(ending.totals, *requests);
+        }
         print_faults(ending.totals, ending.active.size());
     }
     void table(const std::vector<story::Fault> &faults) override {
         const std::vector<story::Fault> chosen = options_.filter.select(faults);
-        print_fault_list(chosen, options_.line_width());
+        print_fault_list(stdout, chosen, options_.line_width());
         printf("%zu active fault%s\n", chosen.size(), chosen.size() == 1 ? "" : "s");
     }
 

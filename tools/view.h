@@ -16,7 +16,8 @@ class App;
 
 struct RequestsSeen {
     fe_core::RequestCounts counts;
-    size_t left; // in the socket when the engine stopped
+    size_t left;         // in the socket when the engine stopped
+    size_t records_left; // in the FIFO
 };
 
 struct ViewOptions {

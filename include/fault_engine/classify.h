@@ -19,11 +19,11 @@ extern "C" {
 #endif
 
 /*
- * Severity of the event in the 16 bytes of a SEL record, by its event/reading type, offset, direction and sensor type,
- * and by the entity id word of `sensor`. Writes eventType, vemoFaultSeverity and, through get_fault_num(), the fault
- * number; for some events that call also writes the instances and the severity again. Returns 0, or -1 for an event
- * that raises no fault; eventType is written all the same, except for the OEM events (type 0x7F) of a system board. The
- * pointers must be valid.
+ * Severity of the event in the 16 bytes of a SEL record, by its event/reading type, offset, direction and sensor
+ * type, and by the entity id word of `sensor`. Writes eventType, vemoFaultSeverity and, through get_fault_num(), the
+ * fault number; for some events that call also writes the instances and the severity again. Returns 0, or -1 for an
+ * event that raises no fault; eventType is written all the same, except for the OEM events (type 0x7F) of a system
+ * board. The pointers must be valid.
  */
 FE_EXPORT int32_t fe_get_severity(struct fe_read_buf *request, const struct sensor_data_record *sensor,
                                   const uint8_t *sel_bytes);

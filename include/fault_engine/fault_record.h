@@ -21,14 +21,17 @@
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "fault records are little-endian");
 
-/* Severity code of a fault request or record. Code 2 has no word; a request may carry any 32-bit value. */
+/*
+ * Severity code of a fault request or record, and its word in severity_word. A request may carry any 32-bit value; 2
+ * and all that are not listed have no word, and severity_word stays as the entity filter left it.
+ */
 enum fe_severity {
-    FE_SEVERITY_CLEARED = 0, /* the fault is over; clears it in the fault table */
-    FE_SEVERITY_INFO = 1,
-    FE_SEVERITY_WARNING = 3,
-    FE_SEVERITY_MINOR = 4,
-    FE_SEVERITY_MAJOR = 5,
-    FE_SEVERITY_CRITICAL = 6
+    FE_SEVERITY_CLEARED = 0, /* "cleared": the fault is over; clears it in the fault table */
+    FE_SEVERITY_INFO = 1,    /* "info" */
+    FE_SEVERITY_WARNING = 3, /* "warning" */
+    FE_SEVERITY_MINOR = 4,   /* "minor" */
+    FE_SEVERITY_MAJOR = 5,   /* "major" */
+    FE_SEVERITY_CRITICAL = 6 /* "critical" */
 };
 
 enum {

@@ -5,11 +5,17 @@
  * Hand-over of one request through the read buffer
  *   Producer (inside fe_init_interface):
  *     1. Under fe_read_buf_mutex: write the 52 bytes, set fe_read_complete, signal fe_read_buf_cond.
- *     2. Before the next request: wait under fe_read_wait_mutex on fe_read_wait_cond until fe_read_complete is 0.
+ *     2. Before the next request: wait under fe_read_wait_mutex on fe_read_wait_cond until fe_read_complete is 0 or
+ *        fe_not_running is set. Whoever else stops the engine (the FIFO reader does when its FIFO is gone) ends the
+ *        consumer; it releases a waiting producer, and nobody takes the request any more.
  *   Consumer (the fault processor):
  *     1. Under fe_read_buf_mutex: wait on fe_read_buf_cond until fe_read_complete or fe_not_running is set; copy the
  *        request out and zero the shared one.
  *     2. Under fe_read_wait_mutex: clear fe_read_complete, signal fe_read_wait_cond.
+ *
+ * Both flags are int32_t of the core library. fe_read_complete is set under the first mutex and cleared under the
+ * second, and fe_not_running is read without any, so all use relaxed atomic accesses (fe_flag() and fe_set_flag() of
+ * the core library's header). The two conditions are under-aligned on 32-bit ARM: pass them on with fe_cond_of().
  *
  * Use of the write buffer: lock fe_write_buf_mutex, have the record filled, completed, stored and broadcast, zero it,
  * unlock. Nobody reads or writes the record without the mutex.
@@ -63,6 +69,19 @@ FE_AT(fe_read_buf, sens_num, 48);
  */
 typedef pthread_cond_t fe_shared_cond __attribute__((aligned(__SIZEOF_POINTER__)));
 
+/*
+ * The condition as pthread_cond_wait() and the like take it: pthread_cond_signal(fe_cond_of(&rbuf->fe_read_buf_cond)).
+ * A plain address is right as well, since glibc touches words of 4 bytes only; it is just that Clang warns about it.
+ */
+static inline pthread_cond_t *fe_cond_of(fe_shared_cond *cond) {
+    void *address = cond;
+#ifdef __cplusplus
+    return static_cast<pthread_cond_t *>(address);
+#else
+    return address;
+#endif
+}
+
 /* The read buffer: 148 bytes on the target. It exists from the start of the listener until the listener stops. */
 struct fe_read_buf_struct {
     struct fe_read_buf *fe_read_buf;    /* the one request in transit, allocated on its own; zero between requests */
@@ -96,7 +115,12 @@ FE_AT(fe_write_buf_struct, fe_write_buf_cond, 28);
 extern "C" {
 #endif
 
-/* Null while there is no such buffer. Set by the threads that own the buffers (engine.h). */
+/*
+ * Null while there is no such buffer: set by the thread that owns the buffer once the buffer is complete, null again
+ * when that thread has released it (engine.h). Whoever holds a buffer finds its pointer here for as long. Others read
+ * the pointers with __atomic_load_n(&..., __ATOMIC_ACQUIRE), may compare them with null, and must not follow them:
+ * the owner may release the buffer at any moment. Only fe_init_interface() and broadcast_fe_faults() are lent one.
+ */
 extern FE_EXPORT struct fe_read_buf_struct *fe_read_buf_struct_ptr;
 extern FE_EXPORT struct fe_write_buf_struct *fe_write_buf_struct_ptr;
 

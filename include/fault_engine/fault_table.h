@@ -21,6 +21,13 @@
 
 #include "fault_engine/fault_request.h"
 
+/* Results of update_fe_database(). */
+enum fe_table_result {
+    FE_TABLE_CHANGED = 0,          /* created, cleared, or updated outside the storage entities: to be broadcast */
+    FE_TABLE_REPEATED_STORAGE = 2, /* updated, storage entity (208..215): to be broadcast with syslog_filter set */
+    FE_TABLE_UNCHANGED = -1        /* nothing to clear, or out of memory */
+};
+
 enum { FE_TABLE_MAX_FAULTS = 1024 }; /* a new fault beyond this evicts the one changed longest ago */
 
 struct fe_table_entry {
@@ -45,6 +52,22 @@ struct entity_id_node {
     struct entity_instance_node *instance_list; /* never empty */
     struct entity_id_node *next;
 };
+
+/* The records lie where they do on all machines; the other nodes hold pointers, and are as below on the target. */
+FE_AT(fe_table_entry, record, 0);
+FE_AT(fe_table_entry, next, 960);
+FE_AT(fault_node, fault_code, 0);
+FE_AT(entity_instance_node, entity_instance, 0);
+FE_AT(entity_id_node, entity_id, 0);
+#if defined(__arm__) && defined(__GLIBC__)
+static_assert(sizeof(struct fe_table_entry) == 964, "fe_table_entry is 964 bytes");
+FE_AT(fault_node, entry, 4);
+FE_AT(fault_node, next, 8);
+FE_AT(entity_instance_node, fault_list, 4);
+FE_AT(entity_instance_node, next, 8);
+FE_AT(entity_id_node, instance_list, 4);
+FE_AT(entity_id_node, next, 8);
+#endif
 
 struct sensor_data_record; /* sel.h */
 
@@ -89,15 +112,17 @@ FE_EXPORT void write_to_fe_file(struct fe_table_entry *first);
 FE_EXPORT int32_t remove_last_fe_table_entry(struct fe_table_entry **head, struct entity_id_node **entity_list);
 
 /*
- * Clears the older of two fault nodes with the same code under one entity instance. Broadcasts nothing; does nothing
- * when out of memory. Takes fe_table_mutex; the caller may hold fe_write_buf_mutex.
+ * Clears the older of two fault nodes with the same code under one entity instance, in the critical section that found
+ * them. Broadcasts nothing; does nothing when out of memory. Takes fe_table_mutex; the caller may hold
+ * fe_write_buf_mutex.
  */
 FE_EXPORT void cleanup_duplicate_events(void);
 
 /*
  * Asks each reporting sensor for its present state and clears the faults whose sensors no longer report them; storage
  * entities and sensors numbered above 255 are left alone. Broadcasts nothing; does nothing when out of memory.
- * Takes fe_table_mutex, but not across the sensor calls, which are slow; the caller does not hold it.
+ * Takes fe_table_mutex, but not across the sensor calls, which are slow; the caller does not hold it. A fault that has
+ * changed meanwhile is judged again before it is cleared.
  */
 FE_EXPORT void cleanup_deasserted_events(void);
 

@@ -4,20 +4,26 @@
  *
  * Records that come as wire bytes are structs of bytes, so they have no padding and may lie at any address.
  *
- * Results of the SEL functions: 0 for a record that was ignored or processed, and
- *     -1  severity or fault number selection refused the event, there is no write buffer, or the SEL size is unknown
- *     -2  the text of an extended record could not be made
- *   -102  the SEL library could not attach or give the record's text
- *   -103  null record
- *   -104  a chunk of the SEL could not be decoded
- *   -105  no sensor data record describes the sensor
- *   -108  OEM record type (192..255), or the sensor types of the record and of the sensor data record differ
- * or, as it stands, what a failing detach of the SEL library returned.
+ * The SEL functions return a result of enum fe_sel_result or, as it stands, what a failing detach of the SEL library
+ * returned.
  */
 #ifndef FAULT_ENGINE_SEL_H
 #define FAULT_ENGINE_SEL_H
 
 #include "fault_engine/fault_record.h"
+
+enum fe_sel_result {
+    FE_SEL_OK = 0,                /* the record was ignored or processed */
+    FE_SEL_REFUSED = -1,          /* severity or fault number selection refused the event */
+    FE_SEL_NO_WRITE_BUFFER = -1,  /* there is no write buffer, or no record in it */
+    FE_SEL_NO_SIZE = -1,          /* the size of the SEL cannot be read */
+    FE_SEL_NO_EXTENDED_TEXT = -2, /* the text of an extended record could not be made */
+    FE_SEL_NO_TEXT = -102,        /* the SEL library could not attach or give the record's text */
+    FE_SEL_NO_RECORD = -103,      /* null record */
+    FE_SEL_NO_CHUNK = -104,       /* a chunk of the SEL could not be decoded */
+    FE_SEL_NO_SENSOR = -105,      /* no sensor data record describes the sensor */
+    FE_SEL_WRONG_RECORD = -108 /* OEM record type (192..255), or another sensor type than the sensor data record has */
+};
 
 /* SEL record as stored in the log (IPMI v2.0, section 32.1); multi-byte fields are little-endian. */
 struct sel_record {
@@ -147,28 +153,40 @@ FE_EXPORT int32_t process_sel_data(const uint8_t *sel_bytes);
 FE_EXPORT int32_t process_super_sel_data(const uint8_t *sel_bytes);
 
 /*
- * The start of the SEL side: walks the whole SEL, runs the clean-up passes, sets sel_init_complete and writes the
- * table files for the first time. Returns the result of populate_all_sel_events(). Pauses for 5 seconds.
+ * The start of the SEL side, which init_database() makes itself: walks the whole SEL, runs the clean-up passes, sets
+ * sel_init_complete and writes the table files for the first time. Returns the result of populate_all_sel_events().
+ * Pauses for 5 seconds.
  */
 FE_EXPORT int32_t init_event_thread(void);
 
 /*
  * Sends every record of the SEL down process_sel_data(). Returns -1 when the SEL's size cannot be read, -104 when a
  * chunk cannot be decoded (then no record was processed), 0 for an empty SEL or when out of memory, otherwise the
- * result of the last record. Needs about 186 KiB of stack.
+ * result of the last record. Needs about 186 KiB of stack. Called by init_event_thread(); a second walk counts every
+ * fault's records once more.
  */
 FE_EXPORT int32_t populate_all_sel_events(void);
 
 /*
- * The SEL thread: init_event_thread(), then the reader of the FIFO /var/SA_vSEL_FIFO, 16 bytes a record. Returns 0
- * when the engine stops or the FIFO fails.
+ * The SEL thread: init_event_thread(), then the reader of the FIFO /var/SA_vSEL_FIFO, 16 bytes a record, each written
+ * in one call. Runs in one thread at a time, a thread of the daemon's own with 186 KiB of stack for the walk, and
+ * room for the neighbours on top; 1 MiB is plenty. Returns 0 when the engine stops or the FIFO fails.
+ *
+ * The FIFO is made by others and opened after the walk, for reading and writing, so what is written before that needs
+ * a reader of its own to stay. A FIFO that is missing is tried again every 5 seconds, without a look at
+ * fe_not_running. One that is removed is opened again; if there is none, the function sets fe_not_running itself,
+ * goes on as with a missing one if the FIFO was idle, and returns otherwise. The fault processor then ends when it
+ * next wakes, and fe_init_interface() is expected to return.
+ *
+ * fe_not_running is looked at when the FIFO has activity, and between two records. After each batch of records, and
+ * every 2 seconds without any, the duplicate pass runs (cleanup_duplicate_events()).
  */
 FE_EXPORT int32_t init_database(void);
 
 /*
- * Looks up `instance` in row 1..15 of an entity table: words 1 to 32 of a row are up to 16 pairs (translated instance,
- * user instance), ended by a translated instance of 0. Returns the translated instance of the first pair with that user
- * instance, or 0. A null table stops the process.
+ * Looks up `instance` in row 1..15 of an entity table: words 1 to 32 of a row are up to 16 pairs (translated
+ * instance, user instance), ended by a translated instance of 0. Returns the translated instance of the first pair
+ * with that user instance, or 0. A null table stops the process.
  */
 FE_EXPORT uint32_t translate_user_entity_instance(const uint32_t (*entity_tbl)[33], uint32_t row, uint32_t instance);
 

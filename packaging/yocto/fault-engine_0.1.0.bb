@@ -1,20 +1,29 @@
 SUMMARY = "Utility library of a BMC's fault engine"
 DESCRIPTION = "Turns fault requests and SEL records into faults, keeps and publishes the table of active faults."
 SECTION = "libs"
+# No licence has been given yet.
 LICENSE = "CLOSED"
 
-# The sources beside this recipe's layer; point EXTERNALSRC or SRC_URI at your copy.
-SRC_URI = "file://fault-engine-${PV}.tar.gz"
-S = "${WORKDIR}/fault-engine-${PV}"
+# The archive that scripts/dist writes, in the folder "files" beside this recipe. It unpacks into ${BP}, which is where S
+# points by default. To build a working copy instead:
+#   INHERIT += "externalsrc"
+#   EXTERNALSRC:pn-fault-engine = "/path/to/the/sources"
+SRC_URI = "file://${BP}.tar.gz"
 
 inherit cmake pkgconfig
 
-# On the target the neighbours are the platform's own libraries, so neither stand-ins nor tools are built.
-EXTRA_OECMAKE = "-DFE_TOOLS=OFF -DFE_TESTS=OFF"
+EXTRA_OECMAKE = "-DFE_TESTS=OFF"
 
-# The neighbours' symbols are resolved by the process that loads the library.
-INSANE_SKIP:${PN} += "undefined-symbols"
+# On the target the neighbours are the platform's own libraries, so neither stand-ins nor tools are built unless asked for.
+PACKAGECONFIG ??= ""
+PACKAGECONFIG:class-native ??= "tools"
+PACKAGECONFIG:class-nativesdk ??= "tools"
+PACKAGECONFIG[tools] = "-DFE_TOOLS=ON,-DFE_TOOLS=OFF"
 
+# fectl with its stand-ins: their libraries have no versions, and are no files of those who develop.
+PACKAGES =+ "${PN}-tools"
+FILES:${PN}-tools = "${bindir}/fectl ${libdir}/fault_engine ${mandir}/man1/fectl.1* ${docdir}/fault-engine-tools"
 FILES:${PN}-dev += "${libdir}/cmake"
+FILES:${PN}-doc += "${docdir}"
 
-BBCLASSEXTEND = "nativesdk"
+BBCLASSEXTEND = "native nativesdk"

@@ -19,9 +19,6 @@ uint32_t only_sensor(uint32_t) {
     return 0;
 }
 
-uint32_t (*clock_now)() = wall_clock;
-uint32_t (*rank_of_sensor)(uint32_t sensor_number) = only_sensor;
-
 // Both have the request's fields at the same offsets; eventType is the first byte of the record's opaque_44.
 static_assert(offsetof(fe_read_buf, sens_num) == offsetof(fe_write_buf, sens_num));
 
@@ -31,7 +28,7 @@ void fill_identity(fe_write_buf &record, const fe_read_buf &request) {
 }
 
 void fill_code(fe_write_buf &record, const FaultChoice &choice) {
-    const int32_t shift = codes_per_rank * static_cast<int32_t>(std::min(rank_of_sensor(record.sens_num), 255U));
+    const int32_t shift = codes_per_rank * static_cast<int32_t>(std::min(hooks.sensor_rank(record.sens_num), 255U));
     record.vemoFaultCode = choice.code + shift;
     record.ProbableCause = choice.probable_cause;
     if (choice.related[0] == 0)
@@ -42,7 +39,7 @@ void fill_code(fe_write_buf &record, const FaultChoice &choice) {
 }
 
 void fill_time(fe_write_buf &record) {
-    const uint32_t now = clock_now();
+    const uint32_t now = hooks.clock();
     record.Fault_time = static_cast<int32_t>(now);
     write_time_text(record.TimeOfEvent, now);
 }
@@ -70,7 +67,7 @@ void fill_names(fe_write_buf &record, const char *detail) {
              record.sensor_name, record.FaultName);
 }
 
-int32_t fill(EntityClass entity, const fe_read_buf *request, fe_write_buf_struct *wbuf) {
+int32_t fill(EntityClass entity, const char *, fe_read_buf *request, fe_write_buf_struct *wbuf) {
     fe_write_buf &record = *wbuf->fe_write_buf;
     const FaultChoice choice = choose_fault(entity, *request);
     fill_identity(record, *request);
@@ -82,61 +79,26 @@ int32_t fill(EntityClass entity, const fe_read_buf *request, fe_write_buf_struct
 
 } // namespace
 
-void set_clock(uint32_t (*now)()) {
-    clock_now = now != nullptr ? now : wall_clock;
-}
-
-void set_sensor_rank(uint32_t (*rank)(uint32_t sensor_number)) {
-    rank_of_sensor = rank != nullptr ? rank : only_sensor;
-}
+Hooks hooks = {.fill = fill, .clock = wall_clock, .sensor_rank = only_sensor};
 
 } // namespace entity_filter
 
-using entity_filter::EntityClass;
-using entity_filter::fill;
-
-int32_t process_cpu_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::processor, request, wbuf);
-}
-int32_t process_drive_bp_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::drive, request, wbuf);
-}
-int32_t process_sys_board_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::board, request, wbuf);
-}
-int32_t process_mem_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::memory, request, wbuf);
-}
-int32_t process_ps_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::power, request, wbuf);
-}
-int32_t process_add_in_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::add_in, request, wbuf);
-}
-int32_t process_front_panel_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::front_panel, request, wbuf);
-}
-int32_t process_chassis_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::chassis, request, wbuf);
-}
-int32_t process_fan_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::fan, request, wbuf);
-}
-int32_t process_fw_bios_post_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::firmware, request, wbuf);
-}
-int32_t process_nm_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::node_manager, request, wbuf);
-}
-int32_t process_pci_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::pci, request, wbuf);
-}
-int32_t process_storage_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::storage, request, wbuf);
-}
-int32_t process_plax_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::storage_plx, request, wbuf);
-}
-int32_t process_cmc_fault(fe_read_buf *request, fe_write_buf_struct *wbuf) {
-    return fill(EntityClass::chassis_controller, request, wbuf);
-}
+#define HANDLER(name, entity)                                                                       \
+    int32_t name(fe_read_buf *request, fe_write_buf_struct *wbuf) {                                 \
+        return entity_filter::hooks.fill(entity_filter::EntityClass::entity, #name, request, wbuf); \
+    }
+HANDLER(process_cpu_fault, processor)
+HANDLER(process_drive_bp_fault, drive)
+HANDLER(process_sys_board_fault, board)
+HANDLER(process_mem_fault, memory)
+HANDLER(process_ps_fault, power)
+HANDLER(process_add_in_fault, add_in)
+HANDLER(process_front_panel_fault, front_panel)
+HANDLER(process_chassis_fault, chassis)
+HANDLER(process_fan_fault, fan)
+HANDLER(process_fw_bios_post_fault, firmware)
+HANDLER(process_nm_fault, node_manager)
+HANDLER(process_pci_fault, pci)
+HANDLER(process_storage_fault, storage)
+HANDLER(process_plax_fault, storage_plx)
+HANDLER(process_cmc_fault, chassis_controller)

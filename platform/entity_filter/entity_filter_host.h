@@ -9,14 +9,24 @@
 
 #include <cstdint>
 
+struct fe_read_buf;
+struct fe_write_buf_struct;
+
 namespace entity_filter {
 
 constexpr int32_t codes_per_rank = 10000;
 
-// What "now" is, in seconds since 1970, or since start below 0x20000000; null (the start value): the wall clock.
-void set_clock(uint32_t (*now)());
+enum class EntityClass : uint8_t;
 
-// The rank of a sensor: 0 for the first of its kind on its entity instance, 1 for the next, ...; null: always 0.
-void set_sensor_rank(uint32_t (*rank)(uint32_t sensor_number));
+// What the handlers do, until somebody says otherwise before the engine starts.
+struct Hooks {
+    // All fifteen, each with its class and its name.
+    int32_t (*fill)(EntityClass entity, const char *handler, fe_read_buf *request, fe_write_buf_struct *wbuf);
+    // What "now" is, in seconds since 1970, or since start below 0x20000000: the wall clock.
+    uint32_t (*clock)();
+    // The rank of a sensor, 0 for the first of its kind on its entity instance, 1 for the next, ...: always 0.
+    uint32_t (*sensor_rank)(uint32_t sensor_number);
+};
+extern Hooks hooks;
 
 } // namespace entity_filter

@@ -3,12 +3,27 @@
 #pragma once
 
 #include <chrono>
+#include <cstdarg>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 
-struct fe_write_buf;
+struct fe_read_buf;
+struct fe_read_buf_struct;
+struct fe_write_buf_struct;
 
 namespace fe_core {
+
+// What answers the library's functions, each in its place; what is null does nothing and returns at once. The calls
+// below set them for a host program.
+struct Hooks {
+    void (*interface)(fe_read_buf_struct *read_buffer) = nullptr;
+    void (*broadcaster)() = nullptr;
+    void (*broadcast)(fe_write_buf_struct *write_buffer) = nullptr; // the engine holds fe_write_buf_mutex
+    void (*log)(const char *format, va_list arguments) = nullptr;
+    void (*pause)(int32_t seconds, int32_t nanoseconds) = nullptr;
+};
+extern Hooks hooks;
 
 // Where log lines go; null (the start value): nowhere, and no line is formatted.
 void log_to(FILE *stream);
@@ -17,10 +32,7 @@ void log_to(FILE *stream);
 // so it tells what the engine is doing without being formatted.
 void observe_log(void (*observer)(const char *format));
 
-// Called with the working record at every broadcast; null: nobody. The engine holds fe_write_buf_mutex.
-void on_broadcast(void (*receiver)(const fe_write_buf &record));
-
-// How long a pause of the engine may be; longer ones are cut to it. 0 (the start value): none.
+// How long a pause of the engine may be; longer ones are cut to it.
 void limit_pauses(std::chrono::milliseconds longest);
 
 // The bound Unix datagram socket from which fe_init_interface() takes fault requests, 52 bytes each. It stays the
@@ -38,5 +50,9 @@ struct RequestCounts {
     size_t wrong_size; // datagrams that were dropped
 };
 RequestCounts request_counts();
+
+// The producer's side of the read buffer, for an interface. place_request() comes when the request before was taken.
+void place_request(fe_read_buf_struct &read_buffer, const fe_read_buf &request);
+bool await_taken(fe_read_buf_struct &read_buffer); // false when the engine has stopped and nobody will take it
 
 } // namespace fe_core

@@ -41,7 +41,31 @@ Received receive(fe_read_buf &request) {
     return Received::failure;
 }
 
-void place(fe_read_buf_struct &buffer, const fe_read_buf &request) {
+// A request leaves the socket only when the one before it was taken, so whatever a stop finds untaken is still there.
+void run_interface(fe_read_buf_struct *read_buffer) {
+    fe_read_buf request;
+    while (engine_stop.await(-1, request_socket) != Woken::by_event && fe_flag(&fe_not_running) == 0) {
+        const Received received = receive(request);
+        if (received == Received::failure)
+            return;
+        if (received == Received::nothing)
+            continue;
+        place_request(*read_buffer, request);
+        if (!await_taken(*read_buffer)) {
+            not_taken++;
+            return;
+        }
+        taken++;
+    }
+}
+
+void run_broadcaster() {
+    engine_stop.await(-1);
+}
+
+} // namespace
+
+void place_request(fe_read_buf_struct &buffer, const fe_read_buf &request) {
     pthread_mutex_lock(&buffer.fe_read_buf_mutex);
     *buffer.fe_read_buf = request;
     fe_set_flag(&fe_read_complete, 1);
@@ -49,7 +73,7 @@ void place(fe_read_buf_struct &buffer, const fe_read_buf &request) {
     pthread_mutex_unlock(&buffer.fe_read_buf_mutex);
 }
 
-// False when the engine has stopped and nobody will take the request. A stop() alone is no reason to give it up.
+// A stop() alone is no reason to give it up.
 bool await_taken(fe_read_buf_struct &buffer) {
     pthread_mutex_lock(&buffer.fe_read_wait_mutex);
     while (fe_flag(&fe_read_complete) != 0 && fe_flag(&fe_not_running) == 0)
@@ -59,12 +83,12 @@ bool await_taken(fe_read_buf_struct &buffer) {
     return was_taken;
 }
 
-} // namespace
-
 void take_requests_from(int socket) {
     engine_stop.arm();
     pauses_end.arm();
     request_socket = socket;
+    hooks.interface = run_interface;
+    hooks.broadcaster = run_broadcaster;
 }
 
 RequestCounts request_counts() {
@@ -72,23 +96,3 @@ RequestCounts request_counts() {
 }
 
 } // namespace fe_core
-
-using namespace fe_core;
-
-// A request leaves the socket only when the one before it was taken, so whatever a stop finds untaken is still there.
-void fe_init_interface(fe_read_buf_struct *read_buffer) {
-    fe_read_buf request;
-    while (engine_stop.await(-1, request_socket) != Woken::by_event && fe_flag(&fe_not_running) == 0) {
-        const Received received = receive(request);
-        if (received == Received::failure)
-            return;
-        if (received == Received::nothing)
-            continue;
-        place(*read_buffer, request);
-        if (!await_taken(*read_buffer)) {
-            not_taken++;
-            return;
-        }
-        taken++;
-    }
-}

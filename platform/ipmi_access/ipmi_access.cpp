@@ -1,186 +1,43 @@
 #include "platform/ipmi_access/ipmi_access.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <cstring>
-
-#include "fault_engine/sel.h"
-#include "platform/ipmi_access/byte_cursor.h"
-#include "platform/ipmi_access/event_text.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
-#include "platform/time_text.h"
 
-namespace ipmi_access {
-namespace {
-
-constexpr uint8_t threshold_events = 0x01;
-constexpr int32_t failed = -1;
-
-// Written while captures are loaded, before the engine starts; only read afterwards.
-Capture server;
-std::array<uint8_t, 256> ranks;
-size_t walk_records = 0;
-
-bool of_one_kind(const Sensor &a, const Sensor &b) {
-    const bool thresholds = a.event_type == threshold_events;
-    return thresholds == (b.event_type == threshold_events) && (!thresholds || a.sensor_type == b.sensor_type);
-}
-
-uint8_t rank_among(const Sensors &all, const Sensor &sensor) {
-    return static_cast<uint8_t>(std::count_if(all.begin(), all.begin() + sensor.number, [&sensor](const auto &other) {
-        return other && other->entity_id == sensor.entity_id && other->entity_instance == sensor.entity_instance &&
-               of_one_kind(*other, sensor);
-    }));
-}
-
-std::string sensor_name(uint32_t number) {
-    const Sensor *sensor = find_sensor(number);
-    return sensor != nullptr ? sensor->name : unnamed_sensor(number);
-}
-
-// Copies the text and its NUL, cut to the field; returns the length.
-template <size_t size>
-uint32_t write_text(char (&field)[size], const std::string &text) {
-    const size_t length = text.copy(field, size - 1);
-    field[length] = '\0';
-    return static_cast<uint32_t>(length);
-}
-
-// The decode area: the callers' own fields lie before next_record_id and between it and the entries, which come last
-// and have room for one chunk whatever the size that the caller gives.
-constexpr size_t next_record_id_offset = 16;
-constexpr size_t entries_offset = 180242;
-constexpr uint16_t max_chunk = 512;
-constexpr uint16_t no_more_records = 0xFFFF;
-
-void put_u16(uint8_t *bytes, uint16_t value) {
-    memcpy(bytes, &value, sizeof value);
-}
-
-sel_list_entry list_entry(const sel_record &record) {
-    return {record, {record.sensor_number, 0, 0, 0}};
-}
-
-} // namespace
-
-void serve(Capture capture) {
-    server = std::move(capture);
-    for (const auto &sensor : server.sensors)
-        if (sensor)
-            ranks[sensor->number] = rank_among(server.sensors, *sensor);
-    limit_walk(server.records.size());
-}
-
-const Capture &served() {
-    return server;
-}
-
-const Sensor *find_sensor(uint32_t number) {
-    const bool known = number < server.sensors.size() && server.sensors[number];
-    return known ? &*server.sensors[number] : nullptr;
-}
-
-void limit_walk(size_t records) {
-    walk_records = std::min({records, server.records.size(), max_walk_records});
-}
-
-uint32_t sensor_rank(uint32_t sensor_number) {
-    return sensor_number < ranks.size() ? ranks[sensor_number] : 0;
-}
-
-} // namespace ipmi_access
-
-using namespace ipmi_access;
+using ipmi_access::hooks;
 
 int32_t IPMI_SensorGetSensorData(int32_t sensor_number, uint32_t *record_type, sensor_data_record *sensor) {
-    const Sensor *found = find_sensor(static_cast<uint32_t>(sensor_number));
-    if (found == nullptr)
-        return failed;
-    *record_type = found->record_type;
-    *sensor = {};
-    sensor->sensor_number = found->number;
-    sensor->entity_id = found->entity_id;
-    sensor->entity_instance = found->entity_instance;
-    sensor->sensor_type = found->sensor_type;
-    sensor->event_type = found->event_type;
-    return 0;
+    return hooks.sensor_data(sensor_number, record_type, sensor);
 }
 
 int32_t IPMI_SensorGetSensorReading(int32_t sensor_number, uint32_t *reading, uint32_t *status, uint32_t *state) {
-    const Readings &readings = server.readings;
-    const bool is_number = sensor_number >= 0 && sensor_number < 256;
-    const auto found = is_number ? readings.find(static_cast<uint8_t>(sensor_number)) : readings.end();
-    if (found == readings.end())
-        return failed;
-    *reading = 0;
-    *status = 0;
-    *state = found->second;
-    return 0;
+    return hooks.sensor_reading(sensor_number, reading, status, state);
 }
 
 int32_t IPMI_SELHVDBSELAttach(sel_text_rec *text) {
-    *text = {};
-    return 0;
+    return hooks.attach(text);
 }
 
-int32_t IPMI_SELGetHVDBSELData(uint32_t, const sel_entry_fields *fields, sel_text_rec *text) {
-    const Event event{static_cast<uint8_t>(fields->sensor_type), static_cast<uint8_t>(fields->event_type),
-                      static_cast<uint8_t>(fields->event_data_1 & 0x0F), fields->event_direction != 0};
-    text->event_length = write_text(text->event, event_text(sensor_name(fields->sensor_number), event));
-    text->timestamp_length = write_text(text->timestamp, std::to_string(fields->timestamp));
-    write_time_text(text->date, fields->timestamp);
-    return 0;
+int32_t IPMI_SELGetHVDBSELData(uint32_t record_type, const sel_entry_fields *fields, sel_text_rec *text) {
+    return hooks.event_text(record_type, fields, text);
 }
 
 int32_t IPMI_SELHVDBSELDetach(void) {
-    return 0;
+    return hooks.detach();
 }
 
-int32_t SELTotalSEL(uint32_t *first, int32_t, uint16_t *second, uint16_t *total) {
-    *first = 0;
-    *second = 0;
-    *total = static_cast<uint16_t>(walk_records);
-    return 0;
+int32_t SELTotalSEL(uint32_t *first, int32_t zero, uint16_t *second, uint16_t *total) {
+    return hooks.sel_size(first, zero, second, total);
 }
 
-// Record ids of real logs wrap and repeat, so the ids asked for and given here are positions, from 1.
-int32_t DecodeSel(void *area, uint32_t, const void *request, uint32_t *decoded) {
-    ByteCursor words({static_cast<const uint8_t *>(request), 4});
-    const size_t first = words.u16();
-    const size_t asked = std::min(words.u16(), max_chunk);
-    if (first == 0 || first > walk_records)
-        return failed;
-    const size_t count = std::min(asked, walk_records - (first - 1));
-    uint8_t *bytes = static_cast<uint8_t *>(area);
-    for (size_t i = 0; i < count; i++) {
-        const sel_list_entry entry = list_entry(server.records[first - 1 + i]);
-        memcpy(bytes + entries_offset + i * sizeof entry, &entry, sizeof entry);
-    }
-    const size_t next = first + count;
-    put_u16(bytes + next_record_id_offset, next > walk_records ? no_more_records : static_cast<uint16_t>(next));
-    *decoded = static_cast<uint32_t>(count);
-    return 0;
+int32_t DecodeSel(void *area, uint32_t size, const void *request, uint32_t *decoded) {
+    return hooks.decode(area, size, request, decoded);
 }
 
-int32_t HVLGSELEntryToStr(const uint8_t *bytes, int32_t, char *timestamp, uint16_t *timestamp_length, char *event,
-                          uint8_t *flag_1, uint8_t *flag_2, uint8_t *, int32_t sensor_number) {
-    sel_record record;
-    memcpy(&record, bytes, sizeof record);
-    const Event fields{record.sensor_type, static_cast<uint8_t>(record.event_dir_type & 0x7F),
-                       static_cast<uint8_t>(record.event_data[0] & 0x0F), (record.event_dir_type & 0x80) != 0};
-    const uint32_t seconds = ByteCursor(record.timestamp).u32();
-    const size_t room = *timestamp_length;
-    *timestamp_length = static_cast<uint16_t>(snprintf(timestamp, room, "%u", seconds) + 1);
-    snprintf(event, sizeof(sel_text_rec::event), "%s",
-             event_text(sensor_name(static_cast<uint32_t>(sensor_number)), fields).c_str());
-    *flag_1 = 0;
-    *flag_2 = 0;
-    return 0;
+int32_t HVLGSELEntryToStr(const uint8_t *sel_record, int32_t zero, char *timestamp, uint16_t *timestamp_length,
+                          char *event, uint8_t *flag_1, uint8_t *flag_2, uint8_t *work, int32_t sensor_number) {
+    return hooks.extended_text(sel_record, zero, timestamp, timestamp_length, event, flag_1, flag_2, work,
+                               sensor_number);
 }
 
 int32_t HVLGSELUnixToCTime(const char *timestamp, char *date) {
-    char text[sizeof(sel_text_rec::date)];
-    write_time_text(text, static_cast<uint32_t>(strtoul(timestamp, nullptr, 10)));
-    memcpy(date, text, sizeof text);
-    return 0;
+    return hooks.date_text(timestamp, date);
 }

@@ -1,5 +1,5 @@
-// What the host program tells the SEL and sensor access library's stand-in: which captured pair of files to serve.
-// Loading comes before the engine starts; from then on everything is only read, by any thread.
+// What the host program tells the SEL and sensor access library's stand-in: who answers, and which captured pair of files
+// to serve. All of it comes before the engine starts; from then on everything is only read, by any thread.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,23 @@
 #include "platform/ipmi_access/readings.h"
 #include "platform/ipmi_access/sdr_dump.h"
 
+#include "platform/ipmi_access/ipmi_access.h"
+
 namespace ipmi_access {
+
+// What answers the library's functions, each in its place: the captures loaded below, until somebody says otherwise.
+struct Hooks {
+    decltype(&IPMI_SensorGetSensorData) sensor_data;
+    decltype(&IPMI_SensorGetSensorReading) sensor_reading;
+    decltype(&IPMI_SELHVDBSELAttach) attach;
+    decltype(&IPMI_SELGetHVDBSELData) event_text;
+    decltype(&IPMI_SELHVDBSELDetach) detach;
+    decltype(&SELTotalSEL) sel_size;
+    decltype(&DecodeSel) decode;
+    decltype(&HVLGSELEntryToStr) extended_text;
+    decltype(&HVLGSELUnixToCTime) date_text;
+};
+extern Hooks hooks;
 
 // What is wrong with a file, in one line: "<file>: offset <n>: <what>", or "<file>: line <n>: <what>".
 struct CaptureError : std::runtime_error {

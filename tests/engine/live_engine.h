@@ -10,6 +10,7 @@
 
 #include <unistd.h>
 
+#include "platform/fe_core/fe_core_host.h"
 #include "support/interpose.h"
 #include "support/neighbours.h"
 
@@ -26,21 +27,11 @@ inline void await(const std::function<bool()> &happened) {
         std::this_thread::yield();
 }
 
-// The producer's wait for the request before; it ends with the engine, too.
-inline void await_taken(fe_read_buf_struct &rbuf) {
-    ASSERT_EQ(pthread_mutex_lock(&rbuf.fe_read_wait_mutex), 0);
-    while (fe_flag(&fe_read_complete) != 0 && fe_flag(&fe_not_running) == 0)
-        pthread_cond_wait(&rbuf.fe_read_wait_cond, &rbuf.fe_read_wait_mutex);
-    pthread_mutex_unlock(&rbuf.fe_read_wait_mutex);
-}
+using fe_core::await_taken;
 
 inline void place(fe_read_buf_struct &rbuf, const Request &request) {
     await_taken(rbuf);
-    ASSERT_EQ(pthread_mutex_lock(&rbuf.fe_read_buf_mutex), 0);
-    *rbuf.fe_read_buf = request;
-    fe_set_flag(&fe_read_complete, 1);
-    pthread_cond_signal(&rbuf.fe_read_buf_cond);
-    pthread_mutex_unlock(&rbuf.fe_read_buf_mutex);
+    fe_core::place_request(rbuf, request);
 }
 
 // Sets the stop flag as the listener does.
@@ -67,6 +58,7 @@ protected:
         ASSERT_EQ(init_listener(), 0);
         ASSERT_NE(rbuf = fe_read_buf_struct_ptr, nullptr);
         ASSERT_EQ(init_fault_processor(), 0);
+        ASSERT_NE(fe_write_buf_struct_ptr, nullptr);
     }
     // Has the interface return.
     void close() { closing.release(); }

@@ -25,6 +25,7 @@ protected:
 
 TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
     std::atomic<int> dispatched = 0;
+    std::binary_semaphore may_listen{0};
     const auto nothing = [] {};
     const auto at_once = [] { return true; };
     const auto dispatching = [&] { return dispatched == 1; };
@@ -67,8 +68,8 @@ TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
         std::vector<const void *> expected;
         world().listen = [&](fe_read_buf_struct *shared) {
             rbuf = shared;
+            may_listen.acquire();
             if (moment.failing_allocation == 0) {
-                await([] { return __atomic_load_n(&fe_write_buf_struct_ptr, __ATOMIC_ACQUIRE) != nullptr; });
                 expected = {&fe_write_buf_struct_ptr->fe_write_buf_cond, &fe_write_buf_struct_ptr->fe_write_buf_mutex};
             }
             expected.insert(expected.end(), {&rbuf->fe_read_wait_cond, &rbuf->fe_read_wait_mutex,
@@ -83,6 +84,8 @@ TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
             for (int i = 0; i < 1000; ++i)
                 std::this_thread::yield();
             EXPECT_TRUE(take_destroyed().empty());
+            EXPECT_EQ(fe_read_buf_struct_ptr, rbuf);
+            EXPECT_EQ(fe_write_buf_struct_ptr, &block);
             std::memcpy(block.fe_write_buf, &request, sizeof request);
             return 0;
         };
@@ -91,6 +94,8 @@ TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
             const FailCall no_memory(Call::allocate, moment.failing_allocation);
             ASSERT_EQ(init_fault_processor(), 0);
         }
+        EXPECT_EQ(fe_write_buf_struct_ptr != nullptr, moment.failing_allocation == 0);
+        may_listen.release();
         moment.meanwhile();
         join_both();
         EXPECT_EQ(take_destroyed(), expected);
@@ -143,6 +148,35 @@ TEST_F(Stop, MayBeFollowedByAStartBeforeItIsOver) {
     close();
     join_both();
     EXPECT_EQ(world().broadcasts.size(), 2U);
+}
+
+TEST_F(Stop, ComesAfterTheRequestInHandWhereThePointerIsGone) {
+    start();
+    fe_read_buf_struct_ptr = nullptr; // a consumer that waits already does not look at it
+    place(*rbuf, request_of(29, 5));
+    join(fe_fault_processor_thread_id);
+    EXPECT_EQ(world().broadcasts.size(), 1U);
+    fe_read_buf_struct_ptr = rbuf;
+    close();
+    join(fe_listener_thread_id);
+    EXPECT_EQ(fe_read_buf_struct_ptr, nullptr);
+}
+
+TEST_F(Stop, IsNotKeptByAListenerThatLeftItsInterface) {
+    world().listen = [](fe_read_buf_struct *) { pthread_exit(nullptr); };
+    ASSERT_EQ(init_listener(), 0);
+    fe_read_buf_struct *const abandoned = fe_read_buf_struct_ptr;
+    join(fe_listener_thread_id);
+    world().listen = [this](fe_read_buf_struct *) { closing.acquire(); };
+    start();
+    EXPECT_NE(rbuf, abandoned);
+    place(*rbuf, request_of(29, 5));
+    await_taken(*rbuf);
+    close();
+    join_both();
+    EXPECT_EQ(world().broadcasts.size(), 1U);
+    free(abandoned->fe_read_buf);
+    free(abandoned);
 }
 
 // The test owns the read buffer, of which the fault processor is the last user; there has never been a listener.

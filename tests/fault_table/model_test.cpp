@@ -147,7 +147,8 @@ TEST_F(FaultTableModel, AgreesAfterEveryUpdateAndPass) {
         compare();
     }
     EXPECT_GT(model.twins, 100);
-    EXPECT_GT(model.stale, 300);
+    EXPECT_GT(model.stale_cleared, 300);
+    EXPECT_GT(model.judged_again, 30);
 }
 
 } // namespace

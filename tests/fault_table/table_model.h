@@ -18,7 +18,7 @@ struct Model {
         {"fe_table.entry", "<missing>"}, {"fe_table.sz", "<missing>"}, {"stor_stat", "<missing>"}};
     int failing_allocation = 0;   // of the next operation, from 1; 0: none
     std::array<int, 4> storage{}; // faults by the bit of the status byte
-    int evictions = 0, twins = 0, stale = 0;
+    int evictions = 0, twins = 0, stale_cleared = 0, judged_again = 0, dropped = 0;
 
     int32_t update(fe_write_buf &r) {
         if (r.Previous_Fault_time == 0) {
@@ -101,9 +101,16 @@ struct Model {
         const fe_write_buf *start = head();
         for (Place at = chain.begin(); at != chain.end();) {
             const fe_write_buf *const address = &*at;
-            const Outcome outcome = examine(fe_write_buf{*at}, on_reading);
+            const fe_write_buf judged = *at;
+            const int dropped_before = dropped;
+            Outcome outcome = examine(judged, on_reading);
             const bool is_gone = std::ranges::none_of(chain, [=](const auto &fault) { return &fault == address; });
-            if (is_gone || outcome == cleared || (outcome == kept && head() != start)) {
+            if (!is_gone && outcome == stale && (dropped != dropped_before || !(*at == judged))) {
+                ++judged_again;
+            } else if (!is_gone && outcome == stale) {
+                outcome = clear_stale(judged);
+            }
+            if (is_gone || outcome == stale || outcome == cleared || (outcome == kept && head() != start)) {
                 at = chain.begin(), start = head();
             } else {
                 ++at;
@@ -136,7 +143,7 @@ struct Model {
     }
 
 private:
-    enum Outcome { not_examined, unreadable, kept, cleared };
+    enum Outcome { unreadable, kept, stale, cleared };
 
     Outcome examine(const fe_write_buf &fault, const std::function<void(int32_t)> &on_reading) {
         const auto number = static_cast<int32_t>(fault.sens_num);
@@ -155,10 +162,11 @@ private:
         const auto [type, sensor_type] = std::pair{sensor->second.event_type, sensor->second.sensor_type};
         fe_logger("sensr_name: %.19s iCurrentstatus:%d type_code: %u iSensorType: %d\n", fault.sensor_name,
                   reading->second, type, sensor_type);
-        if (!is_stale(type, reading->second, sensor_type)) {
-            return kept;
-        }
-        ++stale;
+        return is_stale(type, reading->second, sensor_type) ? stale : kept;
+    }
+
+    Outcome clear_stale(const fe_write_buf &fault) {
+        ++stale_cleared;
         fe_logger("Clearing stale fault - %.223s (severity: %u)\n", fault.FaultDescription, fault.vemoFaultSeverity);
         return clear(fault) == 0 ? cleared : kept;
     }
@@ -195,6 +203,7 @@ private:
         snprintf(r.PreviousTimeOfEvent, FE_TIME_TEXT_SIZE, "%.*s", FE_TIME_TEXT_SIZE - 1, from.TimeOfEvent);
     }
     void drop(Place stored) {
+        ++dropped;
         std::erase(index, stored);
         chain.erase(stored);
     }

@@ -94,17 +94,47 @@ TEST_F(FaultTable, OldestEntryGoesUnlessItsNodeIsMissing) {
     EXPECT_EQ(evict(), -1);
 }
 
-TEST_F(FaultTable, StalePassGoesOnWhereAFaultIsNoLongerUnderItsCode) {
-    world().sensors[9] = sensor(9, 3, 1, 1, 1);
-    world().readings[9] = 0;
-    put({3, 1, 5, FE_SEVERITY_MAJOR, 0, 9});
-    int readings = 0;
-    world().on_reading = [&](int32_t) {
-        ++readings;
-        put({3, 1, 6, FE_SEVERITY_MAJOR, 5, 9}); // gives it another, and leaves it the newest
+// A sensor recovers, is read, and trips again; the fault that then stands was not judged by that reading.
+TEST_F(FaultTable, StalePassClearsOnlyWhatItJudged) {
+    const Fault fault = {3, 1, 5, FE_SEVERITY_MAJOR, 0, 9};
+    const std::vector<std::vector<Fault>> meanwhile = {
+        {fault},                                 // raised again
+        {{3, 1, 6, FE_SEVERITY_MAJOR, 5, 10}},   // another sensor's by now
+        {{3, 1, 5, FE_SEVERITY_CLEARED}, fault}, // over, and then the same to the last byte
+        {{3, 1, 5, FE_SEVERITY_CLEARED}, {3, 1, 6}, fault},
     };
-    cleanup_deasserted_events();
-    EXPECT_EQ(readings, 1);
+    for (const auto &changes : meanwhile) {
+        reset_world();
+        world().sensors[9] = world().sensors[10] = sensor(9, 3, 1, 1, 1);
+        world().readings[9] = 0;
+        world().readings[10] = 1;
+        put(fault);
+        int readings = 0;
+        world().on_reading = [&](int32_t) {
+            const bool is_first = ++readings == 1;
+            for (const Fault &change : is_first ? changes : std::vector<Fault>{}) {
+                put(change);
+            }
+            world().readings[9] = is_first ? 0 : 1;
+        };
+        cleanup_deasserted_events();
+        EXPECT_EQ(readings, 2);
+        EXPECT_EQ(chain().size(), changes.size() == 3 ? 2U : 1U);
+    }
+}
+
+// A request that arrives while the older twin is cleared leaves the younger one alone.
+TEST_F(FaultTable, DuplicatePassLetsNobodyInBetween) {
+    put({3, 1, 5});
+    put({3, 1, 7});
+    put({3, 1, 7, FE_SEVERITY_MAJOR, 5}); // which the first of the two takes, to become the other's twin
+    world().log.clear();
+    ASSERT_EQ(chain().size(), 2U);
+    bool was_free = false;
+    world().on_log = [&](const std::string &) { was_free = was_free || is_free(fe_table_mutex); };
+    cleanup_duplicate_events();
+    EXPECT_FALSE(was_free);
+    EXPECT_EQ(world().log.size(), 6U);
     EXPECT_EQ(chain().size(), 1U);
 }
 

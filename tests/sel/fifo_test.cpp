@@ -47,7 +47,10 @@ protected:
             create();
         else if (what == "remove")
             ASSERT_EQ(unlink(path.c_str()), 0);
-        else if (what == "starting")
+        else if (what == "date-2040") { // past what 32 bits of seconds can tell
+            const timespec times[2] = {{2'208'988'800, 0}, {2'208'988'800, 0}};
+            ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+        } else if (what == "starting")
             sel_init_complete = 0;
         else if (what == "stop")
             fe_not_running = 1;

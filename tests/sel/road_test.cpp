@@ -189,6 +189,15 @@ TEST_F(Road, ExtendedOneTellsOfTheEventBeforeItWaitsForTheRecord) {
     caller.join();
 }
 
+TEST_F(Road, BroadcastsByTheFlagAsItStandsThen) {
+    sel_init_complete = 1;
+    world().on_log = [](const std::string &line) {
+        sel_init_complete = line.starts_with("Exited update_fe_database") ? 0 : 1;
+    };
+    EXPECT_EQ(process(event()), 0);
+    EXPECT_TRUE(world().broadcasts.empty());
+}
+
 TEST_F(Road, DuplicatesAreSweptOnceByEach) {
     if (testing::UnitTest::GetInstance()->test_to_run_count() > 1)
         GTEST_SKIP() << "happens once in the life of a process, and another test may have had it";

@@ -13,6 +13,12 @@ extern "C" void syslog(int priority, const char *format, ...) {
         on_syslog(priority, format);
 }
 
+extern "C" void __syslog_chk(int priority, int, const char *format, ...); // what a hardened build calls
+extern "C" void __syslog_chk(int priority, int, const char *format, ...) {
+    if (on_syslog)
+        on_syslog(priority, format);
+}
+
 namespace {
 
 using Requests = std::vector<std::pair<uint16_t, uint16_t>>; // first record id, number of entries

@@ -6,7 +6,6 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdarg>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -23,6 +22,7 @@
 #include <unistd.h>
 
 #include "fault_engine/fault_table.h"
+#include "tools/engine_files.h"
 
 #define UNINSTRUMENTED __attribute__((no_sanitize("address", "thread", "undefined")))
 
@@ -36,8 +36,6 @@ struct Arm {
 constinit thread_local std::array<Arm, static_cast<int>(Call::file) + 1> arms = {}; // by Call
 constinit thread_local bool resolving = false;                                      // inside dlsym, which may allocate
 std::atomic<int> failed;
-
-const SandboxPaths *sandbox; // null: none
 
 std::mutex destroyed_lock;
 // Stays for good: the end of the process destroys, too.
@@ -74,6 +72,20 @@ UNINSTRUMENTED void *count_block(void *block, int change) {
     return block;
 }
 
+// Where the headers give a call another symbol, since times and file sizes are wider than the machine's words.
+UNINSTRUMENTED const char *symbol_of(const char *name) {
+#if defined(_TIME_BITS)
+    constexpr const char *wide[][2] = {
+        {"open", "open64"}, {"lockf", "lockf64"}, {"select", "__select64"}, {"fstat", "__fstat64_time64"}};
+    for (const auto &[narrow, symbol] : wide) {
+        if (strcmp(name, narrow) == 0) {
+            return symbol;
+        }
+    }
+#endif
+    return name;
+}
+
 // The next definition of the function, a sanitizer's or libc's; null while dlsym itself calls it.
 template <auto *function>
 UNINSTRUMENTED auto *next(const char *name) {
@@ -81,7 +93,7 @@ UNINSTRUMENTED auto *next(const char *name) {
     decltype(function) result = __atomic_load_n(&found, __ATOMIC_RELAXED);
     if (result == nullptr && !resolving) {
         resolving = true;
-        result = reinterpret_cast<decltype(function)>(dlsym(RTLD_NEXT, name));
+        result = reinterpret_cast<decltype(function)>(dlsym(RTLD_NEXT, symbol_of(name)));
         resolving = false;
         __atomic_store_n(&found, result, __ATOMIC_RELAXED);
     }
@@ -96,12 +108,6 @@ UNINSTRUMENTED void *allocate(Function *function, Sizes... sizes) {
         return nullptr;
     }
     return count_block(function(sizes...), 1);
-}
-
-// Of the files that the engine opens by these paths.
-UNINSTRUMENTED bool is_redirected(const char *path) {
-    return strcmp(path, "/tmp/fe_table.entry") == 0 || strcmp(path, "/tmp/fe_table.sz") == 0 ||
-           strcmp(path, "/var/stor_stat") == 0 || strcmp(path, "/var/SA_vSEL_FIFO") == 0;
 }
 
 std::string file_at(int descriptor) {
@@ -139,6 +145,19 @@ void *run_body(void *body) {
     return (*std::unique_ptr<std::function<void *()>>(static_cast<std::function<void *()> *>(body)))();
 }
 
+int note_open(const char *path, int flags, mode_t mode) {
+    trace([=] { return words_of_open(path, flags, mode); });
+    return is_to_fail(Call::open) ? EMFILE : 0;
+}
+
+constexpr char no_folder[] = "/dev/null"; // in which there is no file
+
+const bool installed = [] {
+    before_open = note_open;
+    redirect_engine_files(no_folder);
+    return true;
+}();
+
 } // namespace
 
 extern "C" {
@@ -156,28 +175,6 @@ UNINSTRUMENTED void free(void *block) noexcept {
     if (function != nullptr) {
         function(count_block(block, -1));
     }
-}
-
-UNINSTRUMENTED int open(const char *path, int flags, ...) {
-    mode_t mode = 0;
-    if ((flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE) {
-        va_list arguments;
-        va_start(arguments, flags);
-        mode = va_arg(arguments, mode_t);
-        va_end(arguments);
-    }
-    trace([=] { return words_of_open(path, flags, mode); });
-    if (is_to_fail(Call::open)) {
-        return refuse(EMFILE);
-    }
-    if (!is_redirected(path)) {
-        return NEXT(open)(path, flags, mode);
-    }
-    if (sandbox == nullptr) {
-        return refuse(ENOENT);
-    }
-    const Disarmed disarmed;
-    return NEXT(open)(sandbox->path(strrchr(path, '/') + 1).c_str(), flags, mode);
 }
 
 UNINSTRUMENTED int lockf(int descriptor, int command, off_t length) {
@@ -269,18 +266,18 @@ void cleanup_duplicate_events() {
 
 // Before main: a sanitizer in the middle of a report opens files, and there dlsym would never return.
 __attribute__((constructor)) static void find_next_definitions() {
-    NEXT(open), NEXT(lockf), NEXT(write), NEXT(read), NEXT(fsync), NEXT(close), NEXT(calloc), NEXT(pthread_create);
+    NEXT(lockf), NEXT(write), NEXT(read), NEXT(fsync), NEXT(close), NEXT(calloc), NEXT(pthread_create);
 }
 
 SandboxPaths::SandboxPaths() : dir_(std::filesystem::temp_directory_path() / "fault_engine_XXXXXX") {
     if (mkdtemp(dir_.data()) == nullptr) {
         abort();
     }
-    sandbox = this;
+    redirect_engine_files(dir_);
 }
 
 SandboxPaths::~SandboxPaths() {
-    sandbox = nullptr;
+    redirect_engine_files(no_folder);
     std::error_code ignored;
     std::filesystem::remove_all(dir_, ignored);
 }

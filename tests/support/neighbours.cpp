@@ -7,6 +7,9 @@
 #include <cstring>
 #include <set>
 
+#include "platform/entity_filter/entity_filter_host.h"
+#include "platform/fe_core/fe_core_host.h"
+#include "platform/ipmi_access/ipmi_access_host.h"
 #include "support/interpose.h"
 
 World &world() {
@@ -51,6 +54,14 @@ int32_t handle(const char *handler, fe_read_buf *request, fe_write_buf_struct *w
     memcpy(wbuf->fe_write_buf, request, offsetof(fe_read_buf, eventType));
     wbuf->fe_write_buf->sens_num = request->sens_num;
     return 0;
+}
+
+// Closed libraries write whole words, or two, where less is agreed; what is behind a smaller area would be lost.
+void spoil(void *output) {
+    if (reinterpret_cast<uintptr_t>(output) % 4 != 0) {
+        abort();
+    }
+    memset(output, 0xA5, 8);
 }
 
 // The text without its NUL if it has no room for that.
@@ -128,94 +139,73 @@ std::string broken_invariant() {
     return wrong;
 }
 
-extern "C" {
+namespace {
 
-int32_t fe_not_running, fe_read_complete, sel_init_complete, syslog_filter;
-int32_t fe_sdr_instance_array[256];
-
-void fe_init_interface(fe_read_buf_struct *read_buffer) {
+void interface(fe_read_buf_struct *read_buffer) {
     Answer("fe_init_interface").tell(world().listen, read_buffer);
 }
 
-void fe_init_broadcaster() {
-    const Answer answer(__func__);
+void broadcaster() {
+    const Answer answer("fe_init_broadcaster");
 }
 
-void broadcast_fe_faults(fe_write_buf_struct *write_buffer) {
-    Answer answer(__func__);
+void broadcast(fe_write_buf_struct *write_buffer) {
+    Answer answer("broadcast_fe_faults");
     world().broadcasts.push_back(*write_buffer->fe_write_buf);
     answer.tell(world().on_broadcast, write_buffer);
 }
 
-void fe_logger(const char *format, ...) {
+__attribute__((format(printf, 1, 0))) void log(const char *format, va_list arguments) {
     const Disarmed disarmed;
     char line[4096];
-    va_list arguments;
-    va_start(arguments, format);
     vsnprintf(line, sizeof line, format, arguments);
-    va_end(arguments);
+    if (world().on_log) {
+        world().on_log(line);
+    }
     const std::lock_guard guard(world().lock);
     if (world().keep_log) {
         world().log.emplace_back(line);
     }
 }
 
-void FEthreadSleep(int32_t seconds, int32_t) {
-    Answer answer(__func__);
+void pause(int32_t seconds, int32_t) {
+    Answer answer("FEthreadSleep");
     world().sleeps.push_back(seconds);
     answer.tell(world().on_sleep, seconds);
 }
 
-#define HANDLER(name)                                               \
-    int32_t name(fe_read_buf *request, fe_write_buf_struct *wbuf) { \
-        return handle(#name, request, wbuf);                        \
-    }
-HANDLER(process_cpu_fault)
-HANDLER(process_drive_bp_fault)
-HANDLER(process_sys_board_fault)
-HANDLER(process_mem_fault)
-HANDLER(process_ps_fault)
-HANDLER(process_add_in_fault)
-HANDLER(process_front_panel_fault)
-HANDLER(process_chassis_fault)
-HANDLER(process_fan_fault)
-HANDLER(process_fw_bios_post_fault)
-HANDLER(process_nm_fault)
-HANDLER(process_pci_fault)
-HANDLER(process_storage_fault)
-HANDLER(process_plax_fault)
-HANDLER(process_cmc_fault)
-
-int32_t IPMI_SensorGetSensorData(int32_t sensor_number, uint32_t *type, sensor_data_record *data) {
-    const Answer answer(__func__, is_to_fail(Call::neighbour));
+int32_t sensor_data(int32_t sensor_number, uint32_t *type, sensor_data_record *data) {
+    const Answer answer("IPMI_SensorGetSensorData", is_to_fail(Call::neighbour));
     const auto found = world().sensors.find(sensor_number);
     if (answer.fails || found == world().sensors.end()) {
         return -1;
     }
-    *type = 1;
+    spoil(type);
     *data = found->second;
     return 0;
 }
 
-int32_t IPMI_SensorGetSensorReading(int32_t sensor_number, uint32_t *reading, uint32_t *status, uint32_t *current) {
-    Answer answer(__func__, is_to_fail(Call::neighbour));
+int32_t sensor_reading(int32_t sensor_number, uint32_t *reading, uint32_t *status, uint32_t *current) {
+    Answer answer("IPMI_SensorGetSensorReading", is_to_fail(Call::neighbour));
     answer.tell(world().on_reading, sensor_number);
     const auto found = world().readings.find(sensor_number);
     if (answer.fails || found == world().readings.end()) {
         return -1;
     }
-    *reading = *status = ~found->second; // nobody may take these for the state
+    for (uint32_t *const output : {reading, status, current}) {
+        spoil(output); // nobody may take the first two for the state
+    }
     *current = found->second;
     return 0;
 }
 
-int32_t IPMI_SELHVDBSELAttach(sel_text_rec *) {
-    const Answer answer(__func__, is_to_fail(Call::neighbour));
+int32_t attach(sel_text_rec *) {
+    const Answer answer("IPMI_SELHVDBSELAttach", is_to_fail(Call::neighbour));
     return answer.fails ? -1 : world().attach_result;
 }
 
-int32_t IPMI_SELGetHVDBSELData(uint32_t, const sel_entry_fields *fields, sel_text_rec *text) {
-    const Answer answer(__func__, is_to_fail(Call::neighbour));
+int32_t event_text(uint32_t, const sel_entry_fields *fields, sel_text_rec *text) {
+    const Answer answer("IPMI_SELGetHVDBSELData", is_to_fail(Call::neighbour));
     world().fields.push_back(*fields);
     const int32_t result = answer.fails ? -1 : world().text_result;
     if (result == 0) {
@@ -224,25 +214,27 @@ int32_t IPMI_SELGetHVDBSELData(uint32_t, const sel_entry_fields *fields, sel_tex
     return result;
 }
 
-int32_t IPMI_SELHVDBSELDetach() {
-    const Answer answer(__func__, is_to_fail(Call::neighbour));
+int32_t detach() {
+    const Answer answer("IPMI_SELHVDBSELDetach", is_to_fail(Call::neighbour));
     return answer.fails ? -1 : world().detach_result;
 }
 
-int32_t SELTotalSEL(uint32_t *first, int32_t, uint16_t *second, uint16_t *total) {
-    const Answer answer(__func__, is_to_fail(Call::neighbour));
-    *first = 0;
-    *second = 0;
+int32_t sel_size(uint32_t *first, int32_t, uint16_t *second, uint16_t *total) {
+    const Answer answer("SELTotalSEL", is_to_fail(Call::neighbour));
+    for (void *const output : {static_cast<void *>(first), static_cast<void *>(second), static_cast<void *>(total)}) {
+        spoil(output);
+    }
     *total = static_cast<uint16_t>(world().sel.size());
     return answer.fails ? -1 : world().total_result;
 }
 
-int32_t DecodeSel(void *area, uint32_t size, const void *request, uint32_t *decoded) {
+int32_t decode(void *area, uint32_t size, const void *request, uint32_t *decoded) {
     constexpr uint32_t kSize = 190470, kRequestWord = 4;
     constexpr size_t kNextRecord = 16, kEntries = 180242;
-    Answer answer(__func__, is_to_fail(Call::neighbour));
+    Answer answer("DecodeSel", is_to_fail(Call::neighbour));
     uint16_t words[2];
     memcpy(words, request, sizeof words);
+    memset(const_cast<void *>(request), 0xFF, sizeof words); // it may serve as scratch
     const auto [start, count] = words;
     world().chunk_requests.emplace_back(start, count);
     if (answer.fails || size != kSize || memcmp(area, &kRequestWord, sizeof kRequestWord) != 0) {
@@ -262,9 +254,17 @@ int32_t DecodeSel(void *area, uint32_t size, const void *request, uint32_t *deco
     return 0;
 }
 
-int32_t HVLGSELEntryToStr(const uint8_t *, int32_t, char *timestamp, uint16_t *timestamp_length, char *event,
-                          uint8_t *flag_1, uint8_t *flag_2, uint8_t *work, int32_t sensor_number) {
-    Answer answer(__func__, is_to_fail(Call::neighbour));
+int32_t extended_text(const uint8_t *, int32_t, char *timestamp, uint16_t *timestamp_length, char *event,
+                      uint8_t *flag_1, uint8_t *flag_2, uint8_t *work, int32_t sensor_number) {
+    Answer answer("HVLGSELEntryToStr", is_to_fail(Call::neighbour));
+    const uint16_t room = *timestamp_length;
+    for (void *const output : std::initializer_list<void *>{timestamp_length, flag_1, flag_2, timestamp, event, work}) {
+        spoil(output);
+    }
+    *timestamp_length = room;
+    *flag_1 = *flag_2 = 0;
+    memset(timestamp, 0, 8);
+    memset(event, 0, 8);
     work[67] = 1;
     if (answer.fails) {
         return -1;
@@ -277,8 +277,8 @@ int32_t HVLGSELEntryToStr(const uint8_t *, int32_t, char *timestamp, uint16_t *t
     return 0;
 }
 
-int32_t HVLGSELUnixToCTime(const char *, char *date) {
-    const Answer answer(__func__, is_to_fail(Call::neighbour));
+int32_t date_text(const char *, char *date) {
+    const Answer answer("HVLGSELUnixToCTime", is_to_fail(Call::neighbour));
     if (answer.fails) {
         return -1;
     }
@@ -286,4 +286,14 @@ int32_t HVLGSELUnixToCTime(const char *, char *date) {
     return 0;
 }
 
-} // extern "C"
+const bool installed = [] {
+    fe_core::hooks = {interface, broadcaster, broadcast, log, pause};
+    entity_filter::hooks.fill = [](auto, const char *handler, fe_read_buf *request, fe_write_buf_struct *wbuf) {
+        return handle(handler, request, wbuf);
+    };
+    ipmi_access::hooks = {sensor_data, sensor_reading, attach,        event_text, detach,
+                          sel_size,    decode,         extended_text, date_text};
+    return true;
+}();
+
+} // namespace

@@ -25,6 +25,7 @@ struct WorldState {
     std::vector<fe_write_buf> broadcasts; // the working record at each broadcast
     std::vector<int32_t> sleeps;          // seconds; nobody really sleeps
     bool keep_log = true;
+    std::function<void(const std::string &line)> on_log;
 
     // Entity filter. Unset: every handler copies the request's identity fields, sensor name and number into the record
     // and returns 0.

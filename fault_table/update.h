@@ -1,0 +1,16 @@
+// Changes of the table by a record, for those who hold its lock.
+#pragma once
+
+#include "base/thread_safety.h"
+#include "fault_engine/fault_record.h"
+#include "fault_table/table.h"
+
+// What update_fe_database() does inside its lock, with the same results.
+int32_t change_fault_table(fe_write_buf &record) FE_REQUIRES(table_lock);
+
+// Turns a copy of a stored record into one that clears the fault, as an event would.
+inline void make_clearing(fe_write_buf &copy) {
+    copy.prev_vemoFaultCode = 0;
+    copy.vemoFaultSeverity = FE_SEVERITY_CLEARED;
+    copy.PreviousSeverity = FE_SEVERITY_CLEARED;
+}
