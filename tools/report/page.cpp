@@ -1,5 +1,8 @@
 #include "tools/report/page.h"
 
+#include <algorithm>
+#include <array>
+#include <functional>
 #include <stdexcept>
 
 #include "tools/report/files.h"
@@ -20,6 +23,16 @@ std::string base64_of_sum(std::string_view hex) {
         text += {digits[bits >> 6], digits[bits & 63]};
     }
     return text.substr(0, 43) + '=';
+}
+
+// The critical ones first.
+using Counts = std::array<size_t, severities>;
+
+Counts active_counts(const ServerLog &log) {
+    Counts counts{};
+    for (const ActiveFault &fault : log.faults)
+        ++counts[severities - 1 - static_cast<size_t>(fault.severity)];
+    return counts;
 }
 
 size_t serious_events(const ServerLog &log) {
@@ -67,18 +80,17 @@ data object(std::initializer_list<std::pair<const char *, data>> members) {
 }
 
 data counts_view(const ServerLog &log) {
-    size_t counts[severities] = {};
-    for (const ActiveFault &fault : log.faults)
-        ++counts[static_cast<size_t>(fault.severity)];
+    const Counts counts = active_counts(log);
     data shown = data::type::list;
     for (size_t level = severities - 1; level > 0; --level)
         shown.push_back(object({{"severity", severity_words[level]},
                                 {"letter", severity_letters[level]},
-                                {"count", std::to_string(counts[level])}}));
+                                {"count", std::to_string(counts[severities - 1 - level])}}));
     return shown;
 }
 
-std::string make_page(const std::vector<ServerLog> &logs, const Words &words) {
+std::string make_page(std::vector<ServerLog> logs, const Words &words) {
+    std::ranges::stable_sort(logs, std::greater(), active_counts);
     size_t number = 0;
     kainjow::mustache::mustache page(html_file);
     if (!page.is_valid())

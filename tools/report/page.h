@@ -8,7 +8,7 @@
 
 namespace report {
 
-std::string make_page(const std::vector<ServerLog> &logs, const Words &words);
+std::string make_page(std::vector<ServerLog> logs, const Words &words); // the worst first
 
 // What the script draws from: all records, without the keys.
 std::string page_data(const std::vector<ServerLog> &logs, const Words &words);
