@@ -32,6 +32,8 @@ if(FE_TOOLS)
     set_target_properties(fectl PROPERTIES
         INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR};$ORIGIN/../${CMAKE_INSTALL_LIBDIR}/fault_engine")
     install(TARGETS fectl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+    install(FILES packaging/completion/fectl DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+        COMPONENT tools)
     fe_compress(packaging/man/fectl.1 fectl.1.gz)
     install(FILES ${PROJECT_BINARY_DIR}/fectl.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
     install(DIRECTORY examples/captures DESTINATION ${doc_dir}/fault-engine-tools/examples COMPONENT tools)
@@ -72,8 +74,11 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR} ${PROJECT_BINARY_DIR}/platform)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-if(CMAKE_SYSTEM_PROCESSOR STREQUAL arm)
+if(CMAKE_CROSSCOMPILING) # without the target's package database, which tells what the library and libstdc++ need
     set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
+    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS OFF)
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libc6 (>= 2.34)")
+    set(cross_depends ", libc6 (>= 2.34), libgcc-s1 (>= 3.5), libstdc++6 (>= 12)")
 endif()
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libfault-engine0)
@@ -91,7 +96,7 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers of the library and of its n
 pkg-config file, documents and an example daemon.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME fault-engine-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION admin)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libfault-engine0 (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libfault-engine0 (= ${PROJECT_VERSION})${cross_depends}")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Program fectl, which replays captures of the SEL and runs the
 engine live beside stand-ins of its neighbours.")
 

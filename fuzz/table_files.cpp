@@ -2,12 +2,14 @@
 #include "tools/table_files.h"
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
 #include "fault_engine/fault_table.h"
-#include "fuzz/input.h"
+#include "fuzz/target.h"
+#include "support/choices.h"
 #include "tools/fault_list.h"
 #include "tools/fectl.h"
 
@@ -35,13 +37,13 @@ void write_file(const std::string &path, const std::string &bytes) {
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     static const Folder folder;
     static FILE *const nowhere = fopen("/dev/null", "w");
-    Input input(data, size);
-    const std::string count_file = input.bytes(input.number() % 8);
+    Choices input(std::span(data, size));
+    const std::string count_file = input.bytes(input.byte() % 8);
     uint32_t count = 0;
     memcpy(&count, count_file.data(), std::min(count_file.size(), sizeof count));
     const size_t counted = (count <= FE_TABLE_MAX_FAULTS + 1 ? count : 1) * sizeof(fe_write_buf),
-                 length = counted + input.number();
-    std::string entry_file(length - std::min<size_t>(length, input.number()), static_cast<char>(input.number()));
+                 length = counted + input.byte();
+    std::string entry_file(length - std::min<size_t>(length, input.byte()), static_cast<char>(input.byte()));
     const std::string start = input.bytes(entry_file.size());
     entry_file.replace(0, start.size(), start);
     write_file(folder.path + "/fe_table.sz", count_file);

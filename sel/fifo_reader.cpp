@@ -69,7 +69,7 @@ void read_batch() {
 enum class next_step { wait_again, run_pass, leave };
 
 next_step after_activity() {
-    if (is_stopping()) {
+    if (is_stopping() || sel_fifo_fd < 0) { // the flag may have been taken back since it was set for want of a FIFO
         close_fifo();
         return next_step::leave;
     }

@@ -7,6 +7,7 @@
 #include "tools/capture.h"
 #include "tools/cli.h"
 #include "tools/fectl.h"
+#include "tools/view.h"
 
 namespace {
 
@@ -66,15 +67,22 @@ void find_beside(const std::string &name, const Kind &kind, CaptureFiles &files)
             files.*kind.file = path;
 }
 
+// Says what is missing, or nothing.
+std::string complete(const std::string &name, CaptureFiles &files) {
+    for (const Kind &kind : kinds)
+        if (!name.empty())
+            find_beside(name, kind, files);
+    for (const Kind &kind : {kinds[0], kinds[1]})
+        if ((files.*kind.file).empty())
+            return files.paths().front() + ": there is no " + name + kind.suffix + " beside it";
+    return "";
+}
+
 std::vector<CaptureFiles> whole(Groups groups) {
     std::vector<CaptureFiles> captures;
     for (auto &[name, files] : groups) {
-        for (const Kind &kind : kinds)
-            if (!name.empty())
-                find_beside(name, kind, files);
-        for (const Kind &kind : {kinds[0], kinds[1]})
-            if ((files.*kind.file).empty())
-                throw Refusal(files.paths().front() + ": there is no " + name + kind.suffix + " beside it");
+        if (const std::string missing = complete(name, files); !missing.empty())
+            throw Refusal(missing);
         captures.push_back(files);
     }
     return captures;
@@ -84,16 +92,22 @@ std::vector<CaptureFiles> in_folder(const std::string &folder) {
     Groups groups;
     for (const auto &entry : fs::directory_iterator(folder))
         add_file(groups, entry.path());
-    if (groups.empty())
+    std::vector<CaptureFiles> captures;
+    for (auto &[name, files] : groups) {
+        if (const std::string missing = complete(name, files); !missing.empty())
+            warn(missing);
+        else
+            captures.push_back(files);
+    }
+    if (captures.empty())
         throw Refusal(folder + ": there are no captures (NAME.sdr and NAME.sel)");
-    return whole(std::move(groups));
+    return captures;
 }
 
 // Any two names: first the SDR, then the SEL.
 bool are_a_pair(const std::vector<std::string> &paths) {
-    return paths.size() == 2 && std::ranges::any_of(paths, [](const std::string &path) {
-               return take_apart(path).first == nullptr;
-           });
+    return paths.size() == 2 &&
+           std::ranges::any_of(paths, [](const std::string &path) { return take_apart(path).first == nullptr; });
 }
 
 } // namespace
@@ -126,8 +140,17 @@ std::vector<CaptureFiles> CaptureOptions::captures() const {
         given.name = fs::path(take_apart(given.sel.empty() ? given.sdr : given.sel).second).filename();
         all.push_back(given);
     }
-    for (CaptureFiles &capture : all)
+    const bool have_states = !files.readings.empty() || !files.sensors.empty();
+    if (have_states && all.size() > 1)
+        throw Refusal("--readings and --sensors are one server's, and there are " + std::to_string(all.size()) +
+                      " captures; NAME.sensors beside NAME.sel is found");
+    for (CaptureFiles &capture : all) {
         capture.order_by_time = order == "time";
+        if (have_states) {
+            capture.readings = files.readings;
+            capture.sensors = files.sensors;
+        }
+    }
     return all;
 }
 
@@ -137,8 +160,9 @@ void add_capture_options(CLI::App &app, CaptureOptions &options) {
     cli::add_file(app, "--sel", files.sel, "the event log, as written by \"ipmitool sel writeraw\"");
     cli::add_file(app, "--readings", files.readings,
                   "present states of sensors as the engine takes them, \"0x2e 0x0008\" a line");
-    cli::add_file(app, "--sensors", files.sensors,
-                  "present states of sensors, as \"ipmitool sensor\" or \"ipmi-sensors --output-event-bitmask\" prints them");
+    cli::add_file(
+        app, "--sensors", files.sensors,
+        "present states of sensors, as \"ipmitool sensor\" or \"ipmi-sensors --output-event-bitmask\" prints them");
     app.add_option("--order", options.order, "take records as they stand in the log (default), or by time")
         ->type_name("WORD")
         ->check(cli::one_of({"log", "time"}));

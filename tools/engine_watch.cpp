@@ -13,6 +13,7 @@
 #include "platform/fe_core/fe_core.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
 #include "tools/fault_history.h"
+#include "tools/sel_fifo.h"
 
 namespace {
 
@@ -75,10 +76,11 @@ void tell_update(const story::FaultHistory::Update &update) {
     constexpr size_t story::Totals::*by_kind[] = {&story::Totals::created, &story::Totals::repeated,
                                                   &story::Totals::cleared};
     const Origin origin = in_hand.record ? Origin::record : Origin::request;
-    tell({update.kind, origin, is_live(), in_hand.record, update.before ? &*update.before : nullptr, &update.after},
+    const bool live = origin == Origin::request || is_live();
+    tell({update.kind, origin, live, in_hand.record, update.before ? &*update.before : nullptr, &update.after},
          by_kind[static_cast<size_t>(update.kind)]);
     if (update.evicted)
-        tell({story::ChangeKind::evicted, origin, is_live(), {}, &*update.evicted, &*update.evicted},
+        tell({story::ChangeKind::evicted, origin, live, {}, &*update.evicted, &*update.evicted},
              &story::Totals::evicted);
 }
 
@@ -181,6 +183,7 @@ story::Ending engine_ending() {
 
 int32_t process_sel_data(const uint8_t *record) {
     static const auto engine_function = behind<decltype(process_sel_data)>("process_sel_data");
+    fifo_record_taken();
     if (!begin_record())
         return 0;
     in_hand = {};

@@ -62,10 +62,10 @@ void ChangeList::print(const Change &change) {
     }
     const Fault &fault = *change.after;
     table_->print(stdout,
-                 {time_words(time_of(change)), severity_word(fault.severity), change_word(change.kind),
-                  sensor_words(fault), entity_words(fault), std::to_string(fault.count), code_text(fault),
-                  fault_name(fault), change_words(change)},
-                 severity_column, severity_colour(fault.severity));
+                  {time_words(time_of(change)), severity_word(fault.severity), change_word(change.kind),
+                   sensor_words(fault), entity_words(fault), std::to_string(fault.count), code_text(fault),
+                   fault_name(fault), change_words(change)},
+                  severity_column, severity_colour(fault.severity));
 }
 
 void print_fault_list(FILE *out, std::span<const Fault> faults, size_t line_width) {
@@ -92,7 +92,10 @@ void print_fault_list(FILE *out, std::span<const Fault> faults, size_t line_widt
         table.fit(cells);
         lines.push_back(std::move(cells));
     }
-    table.print_head(out);
+    if (lines.empty())
+        fputs("no active faults\n", out);
+    else
+        table.print_head(out);
     for (size_t i = 0; i < lines.size(); i++)
         table.print(out, lines[i], severity_column, severity_colour(faults[i].severity));
 }

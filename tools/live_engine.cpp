@@ -28,6 +28,7 @@ bool is_published(Buffer *const &pointer) {
 } // namespace
 
 void *LiveEngine::run_sel_side(void *engine) {
+    watch_fifo_reader();
     init_database();
     static_cast<LiveEngine *>(engine)->sel_side_ended_ = true;
     return nullptr;

@@ -42,13 +42,13 @@ void check_log(const CaptureFiles &files, const std::string &log) {
 // All that can be wrong with the input shows here, before the engine touches anything.
 size_t serve_capture(const CaptureFiles &files, size_t live) {
     LoadedCapture loaded = load_capture(files);
-    std::ranges::for_each(loaded.warnings, warn);
     const size_t records = loaded.capture.records.size();
     live = std::min(live, records);
     if (records - live > ipmi_access::max_walk_records)
         throw Refusal(files.sel + ": " + std::to_string(records) + " records, but the start-up walk takes " +
                       std::to_string(ipmi_access::max_walk_records) + "; --live " +
                       std::to_string(records - ipmi_access::max_walk_records) + " keeps the rest for afterwards");
+    std::ranges::for_each(loaded.warnings, warn);
     ipmi_access::serve(std::move(loaded.capture));
     return live;
 }
@@ -81,5 +81,6 @@ void add_replay_options(CLI::App &app, ReplayOptions &options) {
     add_capture_options(app, options.capture);
     cli::add_number(app, "--live", options.live, 0, INT32_MAX,
                     "keep the last N records for after the start, and show what each does (default: 0)");
-    add_engine_options(app, options.engine, "keep the engine's files there (default: in a folder that goes at the end)");
+    add_engine_options(app, options.engine,
+                       "keep the engine's files there (default: in a folder that goes at the end)");
 }

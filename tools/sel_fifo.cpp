@@ -1,11 +1,13 @@
 #include "tools/sel_fifo.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -28,6 +30,13 @@ constexpr sel_record wake_up = {.record_id = {},
                                 .sensor_number = 0,
                                 .event_dir_type = 0,
                                 .event_data = {}};
+
+thread_local bool is_fifo_reader = false;
+std::atomic<bool> read_but_not_taken;
+
+bool is_wake_up(const void *record) {
+    return memcmp(record, &wake_up, sizeof wake_up) == 0;
+}
 
 [[noreturn]] void refuse(const std::string &path, const char *what, int error) {
     throw Refusal(path + ": " + what + ": " + strerror(error));
@@ -84,13 +93,31 @@ void SelFifo::wake_reader() {
 // A writer that goes on writing is not waited for: more than a FIFO holds was written after the stop.
 size_t SelFifo::drain() {
     constexpr size_t most = size_t{1} << 16;
-    size_t left = 0;
+    size_t left = read_but_not_taken.exchange(false) ? 1 : 0;
     for (const int fd : {fd_, fd_at_stop_}) {
         sel_record record;
         while (fd >= 0 && left < most && read(fd, &record, sizeof record) == static_cast<ssize_t>(sizeof record))
-            left += memcmp(&record, &wake_up, sizeof record) != 0;
+            left += !is_wake_up(&record);
     }
     return left;
+}
+
+void watch_fifo_reader() {
+    is_fifo_reader = true;
+}
+
+void fifo_record_taken() {
+    if (is_fifo_reader)
+        read_but_not_taken = false;
+}
+
+// In front of libc's, for the engine's reader.
+extern "C" ssize_t read(int fd, void *bytes, size_t size) {
+    static const auto libc_function = reinterpret_cast<decltype(&read)>(dlsym(RTLD_NEXT, "read"));
+    const ssize_t got = libc_function(fd, bytes, size);
+    if (is_fifo_reader && size == sizeof wake_up && got == static_cast<ssize_t>(size) && !is_wake_up(bytes))
+        read_but_not_taken = true;
+    return got;
 }
 
 SelWriter::SelWriter(const std::string &path) : fd_(open_fifo(path, O_WRONLY)) {

@@ -20,7 +20,8 @@ public:
     // Lets the engine's reader, wherever it waits, see that the engine has stopped.
     void wake_reader();
 
-    // After that: takes what is left, and returns how many records that was.
+    // After the reader has ended: takes what is left, and returns how many records that was, with one that the reader
+    // read after the stop and dropped.
     size_t drain();
 
 private:
@@ -28,6 +29,11 @@ private:
     int fd_;
     int fd_at_stop_ = -1;
 };
+
+// The calling thread is the one that runs the engine's reader: what it reads is seen from now on.
+void watch_fifo_reader();
+// The record that it read last is the engine's.
+void fifo_record_taken();
 
 // The other end.
 class SelWriter {

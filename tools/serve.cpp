@@ -37,11 +37,11 @@ struct ServeOptions {
 
 void serve_capture(const CaptureFiles &files) {
     LoadedCapture loaded = load_capture(files);
-    std::ranges::for_each(loaded.warnings, warn);
     const size_t records = loaded.capture.records.size();
     if (records > ipmi_access::max_walk_records)
         throw Refusal(files.sel + ": " + std::to_string(records) + " records, but the start-up walk takes " +
                       std::to_string(ipmi_access::max_walk_records));
+    std::ranges::for_each(loaded.warnings, warn);
     ipmi_access::serve(std::move(loaded.capture));
 }
 

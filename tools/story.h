@@ -74,7 +74,7 @@ enum class Origin { record, request, stale_pass, duplicate_pass };
 struct Change {
     ChangeKind kind;
     Origin origin; // of an evicted fault: what made its place scarce
-    bool live;     // after the start-up walk
+    bool live;     // of a request, or after the start-up walk
     std::optional<Record> record;
     const Fault *before; // null for none; both are valid during the call only
     const Fault *after;

@@ -15,7 +15,7 @@ class App;
 namespace story {
 
 struct Filter {
-    int32_t least_severity = 0;
+    int32_t least_severity = INT32_MIN;
     int32_t most_severity = INT32_MAX;
     std::optional<std::pair<uint8_t, int32_t>> entity; // id and instance
     std::string sensor;                                // its name, without regard to case, or its number

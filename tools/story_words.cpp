@@ -17,7 +17,9 @@ namespace {
 constexpr uint8_t system_event_record = 0x02;
 constexpr uint8_t first_oem_type = 0xC0;
 constexpr uint8_t threshold_events = 0x01;
-constexpr int32_t own_threshold_codes = 5000; // of the entity filter: three levels each
+constexpr uint8_t entity_presence = 0x25;
+constexpr int32_t inoperable = 214, degraded = 218; // probable causes
+constexpr int32_t own_threshold_codes = 5000;       // of the entity filter: three levels each
 
 // By event/reading type, for faults that are no measurement.
 struct EventTypeWords {
@@ -56,6 +58,8 @@ std::string own_words(const Fault &fault) {
     const std::string subject = type != nullptr ? type : unknown;
     if (fault.event_type == threshold_events)
         return subject + ' ' + level_words(fault.severity);
+    if (fault.sensor_type == entity_presence)
+        return subject;
     const auto *known = std::ranges::find(event_type_words, fault.event_type, &EventTypeWords::event_type);
     return subject + ' ' + (known != std::end(event_type_words) ? known->words : "event");
 }
@@ -111,8 +115,7 @@ std::string one_line(const Fault &fault) {
 }
 
 bool is_catalogue_code(int32_t code) {
-    return related_codes(code)[0] != 0 ||
-           strcmp(get_fault_code_string(static_cast<uint32_t>(code)), "Unknown") != 0;
+    return related_codes(code)[0] != 0 || strcmp(get_fault_code_string(static_cast<uint32_t>(code)), "Unknown") != 0;
 }
 
 std::string fault_name(const Fault &fault) {
@@ -122,7 +125,8 @@ std::string fault_name(const Fault &fault) {
 }
 
 const char *cause_word(const Fault &fault) {
-    return get_probable_cause_string(static_cast<uint32_t>(fault.cause));
+    const bool says_too_much = fault.cause == inoperable && fault.severity < FE_SEVERITY_MAJOR && fault.severity > 0;
+    return get_probable_cause_string(static_cast<uint32_t>(says_too_much ? degraded : fault.cause));
 }
 
 std::string event_words(const Fault &fault) {

@@ -27,6 +27,8 @@ bool is_catalogue_code(int32_t code);
 
 // The catalogue's name of the code, unless it has none or says another level than the event; then words of our own.
 std::string fault_name(const Fault &fault);
+
+// The probable cause; "inoperable" is not said of a fault below major.
 const char *cause_word(const Fault &fault);
 
 // Words of the fault's last event; of requests, and faults out of table files, what their numbers tell.

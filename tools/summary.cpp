@@ -34,6 +34,8 @@ Cells cells_of(const std::string &name, const Json &summary, const std::string &
 }
 
 void add_to(Json &totals, const Json &summary) {
+    if (totals.is_null())
+        totals = Json::object();
     for (const auto &[key, value] : summary.items()) {
         if (value.is_number())
             totals[key] = totals.value(key, size_t{0}) + value.get<size_t>();
@@ -74,8 +76,9 @@ private:
         size_t width = 6;
         for (const CaptureFiles &files : captures)
             width = std::max(width, text_width(files.name));
-        return {{"SERVER", width},    {"RECORDS", 7, true}, {"CRITICAL", 8, true}, {"MAJOR", 5, true}, {"MINOR", 5, true},
-                {"WARNING", 7, true, 2}, {"INFO", 5, true, 1},  {"SERIOUS REFUSED", 15, true}, {"WORST FAULT", 11}};
+        return {{"SERVER", width},  {"RECORDS", 7, true},    {"CRITICAL", 8, true}, {"MAJOR", 5, true},
+                {"MINOR", 5, true}, {"WARNING", 7, true, 2}, {"INFO", 5, true, 1},  {"SERIOUS REFUSED", 15, true},
+                {"WORST FAULT", 11}};
     }
     void print_cells(const Cells &cells) {
         if (format_ == "text")

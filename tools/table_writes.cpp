@@ -42,7 +42,7 @@ extern "C" ssize_t write(int fd, const void *bytes, size_t size) {
     if (written >= 0 && static_cast<size_t>(written) == size)
         return written;
     const int error = errno;
-    note_failure(fd, written < 0 ? strerror(error) : "the disk is full");
+    note_failure(fd, written < 0 ? strerror(error) : "it could not be written whole");
     errno = error;
     return written;
 }

@@ -54,7 +54,7 @@ static void *sel_thread(void *unused) {
 static int start_sel_thread(void) {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, 1024 * 1024);
+    pthread_attr_setstacksize(&attributes, (size_t)1024 * 1024);
     const int error = pthread_create(&sel_thread_id, &attributes, sel_thread, NULL);
     pthread_attr_destroy(&attributes);
     return error;

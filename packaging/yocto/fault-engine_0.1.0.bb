@@ -18,11 +18,11 @@ EXTRA_OECMAKE = "-DFE_TESTS=OFF"
 PACKAGECONFIG ??= ""
 PACKAGECONFIG:class-native ??= "tools"
 PACKAGECONFIG:class-nativesdk ??= "tools"
-PACKAGECONFIG[tools] = "-DFE_TOOLS=ON,-DFE_TOOLS=OFF"
+PACKAGECONFIG[tools] = "-DFE_TOOLS=ON,-DFE_TOOLS=OFF,cli11 nlohmann-json zlib xz"
 
 # fectl with its stand-ins: their libraries have no versions, and are no files of those who develop.
 PACKAGES =+ "${PN}-tools"
-FILES:${PN}-tools = "${bindir}/fectl ${libdir}/fault_engine ${mandir}/man1/fectl.1* ${docdir}/fault-engine-tools"
+FILES:${PN}-tools = "${bindir}/fectl ${libdir}/fault_engine ${mandir}/man1/fectl.1* ${datadir}/bash-completion ${docdir}/fault-engine-tools"
 FILES:${PN}-dev += "${libdir}/cmake"
 FILES:${PN}-doc += "${docdir}"
 

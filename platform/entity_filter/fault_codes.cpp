@@ -9,6 +9,8 @@ namespace entity_filter {
 namespace {
 
 constexpr uint8_t threshold_event = 0x01;
+constexpr uint8_t predictive_failure = 0x04;
+constexpr uint8_t redundancy = 0x0B;
 
 enum SensorType : uint8_t {
     temperature = 0x01,
@@ -194,6 +196,8 @@ std::array<int32_t, 6> related_to(int32_t code, std::span<const int32_t> group) 
 }
 
 int32_t cause_of(const fe_read_buf &request) {
+    if (request.eventType == predictive_failure || request.eventType == redundancy)
+        return degraded;
     const SensorKind *type = find_sensor_type(request.entity_type);
     if (type != nullptr && type->probable_cause != 0)
         return type->probable_cause;

@@ -24,7 +24,8 @@ using Readings = std::map<uint8_t, uint32_t>;
 Readings parse_readings(std::string_view text, const std::string &path);
 
 // What "ipmitool sensor" or "ipmi-sensors --output-event-bitmask" prints, translated; sensors are found by their labels. A
-// sensor whose state is not told has no reading. Throws CaptureError when it is neither.
+// sensor whose state is not told has no reading. Text without columns is taken as parse_readings() does. Throws CaptureError
+// when it is neither.
 Readings parse_sensor_list(const std::string &text, const std::string &path, const Sensors &sensors,
                            Warnings &warnings);
 

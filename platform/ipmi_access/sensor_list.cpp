@@ -124,6 +124,8 @@ uint32_t state_word(const Sensor &sensor, uint32_t states) {
 
 Readings parse_sensor_list(const std::string &text, const std::string &path, const Sensors &sensors,
                            Warnings &warnings) {
+    if (text.find('|') == text.npos)
+        return parse_readings(text, path);
     Readings readings;
     SensorsByName by_name(sensors);
     size_t strange = 0, lines = 0;

@@ -4,9 +4,9 @@
 #include <map>
 #include <sstream>
 
-#include "expected_text.h"
 #include "fault_engine/classify.h"
-#include "support/neighbours.h"
+#include "support/expected_text.h"
+#include "support/world.h"
 
 namespace {
 
@@ -109,7 +109,7 @@ void check(auto classify, auto expect, fe_read_buf request, const sensor_data_re
 // else is junk, so that a read of the wrong field or a stray write shows. The SEL record lies at an odd address.
 TEST(Classification, FollowsTheTables) {
     reset_world();
-    world().keep_log = false;
+    world().keeps = World::nothing;
     fe_read_buf request;
     std::memset(&request, 0xA5, sizeof request);
     sensor_data_record sensor;

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "support/interpose.h"
-#include "support/neighbours.h"
+#include "support/calls.h"
+#include "support/world.h"
 
 TEST(InstanceFloor, SmallestInstanceOfEachEntityAtMostOne) {
     reset_world();

@@ -1,15 +1,17 @@
 // The reader of the SEL FIFO, as told in fifo.txt. The test thread is the SEL thread; the FIFO is real, the ends of its
 // waits are scripted.
-#include "sel_road.h"
+#include "support/engine_test.h"
 
 #include <cerrno>
 #include <map>
+#include <set>
 #include <sstream>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
-#include "expected_text.h"
+#include "support/expected_text.h"
 
 namespace {
 
@@ -24,9 +26,9 @@ const std::map<std::string, std::array<int, 4>> outcomes = {
 
 class Fifo : public SelRoad {
 protected:
-    Fifo() {
-        sel_init_complete = 1;
-        process(event()); // has the sweep of the first record behind it
+    static void arrange() {
+        SelRoad::arrange();
+        world().dispatch = [](auto &, auto &) { return 1; };
     }
 
     void create() const { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); }
@@ -42,112 +44,146 @@ protected:
         close(writer);
     }
 
-    void happen(const std::string &what) const {
-        if (what == "create")
+    void happen(const std::string &what) {
+        if (what == "create") {
             create();
-        else if (what == "remove")
+        } else if (what == "remove") {
             ASSERT_EQ(unlink(path.c_str()), 0);
-        else if (what == "date-2040") { // past what 32 bits of seconds can tell
+        } else if (what == "date-2040") { // past what 32 bits of seconds can tell
             const timespec times[2] = {{2'208'988'800, 0}, {2'208'988'800, 0}};
             ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
-        } else if (what == "starting")
+        } else if (what == "starting") {
             sel_init_complete = 0;
-        else if (what == "stop")
+        } else if (what == "stop") {
             fe_not_running = 1;
-        else if (what == "stop-in-1")
-            filter([](auto &, auto &) { return fe_not_running = 1; });
-        else
+        } else if (what == "stop-in-1") {
+            world().dispatch = [](auto &, auto &) { return fe_not_running = 1; };
+        } else {
             put(what);
+        }
     }
 
-    // Runs the reader over the waits; when it goes on after the last one, the engine stops. Tells what it did.
+    static void tell_of_fifo(const std::string &call) {
+        if (call.find("SA_vSEL_FIFO") != std::string::npos) {
+            tell(call == "open SA_vSEL_FIFO RDWR|NONBLOCK" ? "open" : call.substr(0, 5));
+        }
+    }
+
+    // The ends of the waits as the words say; when the reader goes on after the last one, the engine stops.
+    int end_wait(int limit, fd_set *readable, fd_set *writable, fd_set *exceptional, timeval *timeout) {
+        descriptor = limit - 1;
+        fd_set alone;
+        FD_ZERO(&alone);
+        FD_SET(descriptor, &alone);
+        EXPECT_TRUE(std::memcmp(readable, &alone, sizeof alone) == 0 &&
+                    std::memcmp(exceptional, &alone, sizeof alone) == 0);
+        EXPECT_TRUE(writable == nullptr && timeout->tv_sec == 2 && timeout->tv_usec == 0);
+        std::string word;
+        while (words >> word && !outcomes.contains(word)) {
+            happen(word);
+        }
+        tell(words ? "wait" : "stop");
+        fe_not_running |= words ? 0 : 1;
+        const auto &[result, error, is_readable, is_exceptional] = outcomes.at(words ? word : "activity");
+        if (is_readable == 0) {
+            FD_ZERO(readable);
+        }
+        if (is_exceptional == 0) {
+            FD_ZERO(exceptional);
+        }
+        *timeout = {0, 0}; // the time that is left
+        ScriptedWait::current->errno_of_fstat = error == EINTR || error == EAGAIN ? EBADF : EINTR;
+        errno = error;
+        return result;
+    }
+
+    // Runs the reader over the waits and says what it did.
     std::string run(const std::string &waits) {
-        std::istringstream words(waits);
-        size_t told = 0;
-        int sleeps = 0;
-        const CallTrace trace;
-        const auto tell_calls = [&] {
-            const Lines calls = trace.lines;
-            for (; told < calls.size(); ++told)
-                if (calls[told].find("SA_vSEL_FIFO") != std::string::npos)
-                    tell(calls[told] == "open SA_vSEL_FIFO RDWR|NONBLOCK" ? "> open" : "> " + calls[told].substr(0, 5));
-        };
-        ScriptedWait script([&](int limit, fd_set *readable, fd_set *writable, fd_set *exceptional, timeval *timeout) {
+        words = std::istringstream(waits);
+        int pauses = 0;
+        const CallTrace trace(tell_of_fifo);
+        const ScriptedWait script([&](auto... arguments) {
             const Disarmed disarmed;
-            tell_calls();
-            descriptor = limit - 1;
-            fd_set alone;
-            FD_ZERO(&alone);
-            FD_SET(descriptor, &alone);
-            EXPECT_EQ(std::memcmp(readable, &alone, sizeof alone), 0);
-            EXPECT_EQ(std::memcmp(exceptional, &alone, sizeof alone), 0);
-            EXPECT_TRUE(writable == nullptr && timeout->tv_sec == 2 && timeout->tv_usec == 0);
-            std::string word;
-            while (words >> word && !outcomes.contains(word))
-                happen(word);
-            tell(words ? "> wait" : "> stop");
-            fe_not_running |= words ? 0 : 1;
-            const auto &[result, error, is_readable, is_exceptional] = outcomes.at(words ? word : "activity");
-            if (is_readable == 0)
-                FD_ZERO(readable);
-            if (is_exceptional == 0)
-                FD_ZERO(exceptional);
-            *timeout = {0, 0}; // the time that is left
-            errno = error;
-            script.errno_of_fstat = error == EINTR || error == EAGAIN ? EBADF : EINTR;
-            return result;
+            return end_wait(arguments...);
         });
-        world().on_sleep = [&](int32_t seconds) {
-            tell_calls();
-            tell(seconds == 5 ? "> sleep" : "> sleep-otherwise");
-            if (++sleeps == 3) // the first is that of the start-up
-                create();
+        world().on_pause = [&](int32_t) {
+            at_pause(++pauses); // the first is that of the start-up
         };
-        const OnSweep sweeps([&] { tell_calls(), tell("> sweep"); });
         EXPECT_EQ(init_database(), 0);
-        tell_calls();
-        if (fcntl(descriptor, F_GETFD) != -1)
+        if (fcntl(descriptor, F_GETFD) != -1) {
+            const Disarmed disarmed;
             close(descriptor); // the reader has left it as it is
-        return story() + (fe_not_running != 0 ? " stopped" : " running");
+        }
+        return short_story() + (fe_not_running != 0 ? " stopped" : " running");
     }
 
-    static std::string story() {
-        std::istringstream words(log_text());
+    // The calls on the FIFO, sweeps, pauses and the ids of the records.
+    static std::string short_story() {
         std::string result;
-        for (std::string word; words >> word;)
-            if ((word == ">" || word == "decode_sel_entry:") && words >> word)
-                result += " " + word;
+        for (const std::string &line : world().log) {
+            std::istringstream parts(line);
+            std::string first, second;
+            parts >> first >> second;
+            static const std::set<std::string> words = {"open",  "close",     "wait",       "stop",
+                                                        "sweep", "pause=5.0", "sweep=early"};
+            if (first == "decode_sel_entry:" || (first == ">" && words.contains(second))) {
+                result += " " + second;
+            }
+        }
         return result;
     }
 
     const std::string path = sandbox.path("SA_vSEL_FIFO");
+    std::istringstream words;
     int descriptor = -1; // the reader's
+    std::function<void(int)> at_pause = [this](int number) { number == 3 ? create() : void(); };
 };
 
 TEST_F(Fifo, ReaderGoesThroughEveryScenario) {
-    const std::string expected = expected_text("sel/fifo.txt"), start_up = " sleep sweep open";
+    const std::string expected = expected_text("sel/fifo.txt"), start_up = " pause=5.0 sweep=early open";
     std::istringstream lines(expected);
-    std::string told;
+    std::string all;
     for (std::string line; std::getline(lines, line);) {
         const size_t end = line.find('|');
         if (end != std::string::npos) {
             arrange();
-            filter([](auto &, auto &) { return 1; });
             unlink(path.c_str());
             create();
             line.resize(end);
             const std::string story = run(line);
             line += story.starts_with(start_up) ? "|" + story.substr(start_up.size()) : story;
         }
-        told += line + "\n";
+        all += line + "\n";
     }
-    EXPECT_EQ(told, expected);
+    EXPECT_EQ(all, expected);
 }
 
 TEST_F(Fifo, IsOpenedUntilThatSucceedsWhateverTheStartUpSaid) {
     arrange();
     world().total_result = -1; // the SEL cannot be walked
-    EXPECT_EQ(run("1 activity"), " sleep sweep open open sleep open sleep open wait 1 sweep stop close stopped");
+    EXPECT_EQ(run("1 activity"),
+              " pause=5.0 sweep=early open open pause=5.0 open pause=5.0 open wait 1 sweep stop close stopped");
+}
+
+// select() cannot wait for such a one: it is closed, and tried again.
+TEST_F(Fifo, IsNotReadThroughADescriptorPastTheSetsSize) {
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    std::vector<int> taken;
+    at_pause = [&](int number) {
+        for (int below = number == 1 ? FD_SETSIZE : 0; below > 0 && (taken.empty() || taken.back() < below - 1);) {
+            taken.push_back(dup(STDERR_FILENO));
+        }
+        if (number == 2) {
+            std::ranges::for_each(taken, close);
+        }
+    };
+    arrange();
+    create();
+    EXPECT_EQ(run("1 activity"),
+              " pause=5.0 sweep=early open close open close pause=5.0 open wait 1 sweep stop close stopped");
 }
 
 } // namespace

@@ -1,27 +1,7 @@
 // The walk of the whole SEL at start-up, what follows it, and the look-up in an entity table.
-#include "sel_road.h"
-
-#include <syslog.h>
-
-#include "expected_text.h"
-
-static std::function<void(int, const std::string &)> on_syslog;
-
-// Stands in front of the C library's for the library under test.
-extern "C" void syslog(int priority, const char *format, ...) {
-    if (on_syslog)
-        on_syslog(priority, format);
-}
-
-extern "C" void __syslog_chk(int priority, int, const char *format, ...); // what a hardened build calls
-extern "C" void __syslog_chk(int priority, int, const char *format, ...) {
-    if (on_syslog)
-        on_syslog(priority, format);
-}
+#include "support/engine_test.h"
 
 namespace {
-
-using Requests = std::vector<std::pair<uint16_t, uint16_t>>; // first record id, number of entries
 
 sel_list_entry listed(const Record &record, uint32_t number) {
     sel_list_entry entry;
@@ -32,56 +12,60 @@ sel_list_entry listed(const Record &record, uint32_t number) {
 
 // The road passes over these entries without a word: the walk's own lines alone tell of them.
 void fill_sel(uint32_t total) {
-    for (uint32_t i = 0; i < total; ++i)
+    for (uint32_t i = 0; i < total; ++i) {
         world().sel.push_back(listed(event(0x10), i));
+    }
 }
 
-void expect_walk(int32_t result, const Requests &requests, uint32_t processed) {
+void expect_walk(int32_t result, const std::string &walk, uint32_t processed) {
     EXPECT_EQ(populate_all_sel_events(), result);
-    EXPECT_EQ(world().chunk_requests, requests);
+    EXPECT_EQ(story(), " size" + walk);
     std::string lines;
-    for (uint32_t i = 0; i < processed; ++i)
+    for (uint32_t i = 0; i < processed; ++i) {
         lines += "populate_all_sel_events:Sensor num: " + std::to_string(i) + "\n";
-    EXPECT_EQ(log_text(), lines);
+    }
+    EXPECT_TRUE(log_text().ends_with("\n" + lines));
 }
 
 TEST_F(SelRoad, WalkReadsTheSelInChunksOf512) {
     for (const uint32_t total : {0U, 1U, 511U, 512U, 513U, 600U, 1024U, 65535U}) {
         arrange();
         fill_sel(total);
-        Requests requests;
-        for (uint32_t start = 0; start < total; start += 512)
-            requests.emplace_back(start + 1, std::min(512U, total - start));
-        if (total != 0)
+        std::string chunks;
+        for (uint32_t start = 0; start < total; start += 512) {
+            chunks += " chunk=" + std::to_string(start + 1) + "+" + std::to_string(std::min(512U, total - start));
+        }
+        if (total != 0) {
             world().sel.back().record.record_type = 0xC0;
-        expect_walk(total == 0 ? 0 : -108, requests, total); // the last record's result
+        }
+        expect_walk(total == 0 ? 0 : -108, chunks, total); // the last record's result
     }
 }
 
 // Number of entries that DecodeSel claims to have put into the decode area, next id, result.
 using Chunk = std::tuple<uint32_t, uint16_t, int32_t>;
 
-// Length of the SEL, chunks served in turn, what is asked for, number of entries processed, result.
-const std::tuple<uint16_t, std::vector<Chunk>, Requests, uint32_t, int32_t> odd_walks[] = {
-    {600, {{512, 0x2000, 0}, {88, 7, 0}}, {{1, 512}, {0x2000, 88}}, 600, 0}, // the next id is what is told
-    {1500, {{512, 0xFFFF, 0}}, {{1, 512}}, 512, 0},                          // an early end
-    {1030, {{0, 10, 0}, {512, 522, 0}, {6, 9, 0}}, {{1, 512}, {10, 512}, {522, 6}}, 518, 0},
-    {3, {{600, 0xFFFF, 0}}, {{1, 3}}, 3, 0}, // more than the list holds, than a chunk, than was asked for
-    {600, {{513, 513, 0}, {88, 0xFFFF, 0}}, {{1, 512}, {513, 88}}, 600, 0},
-    {600, {{UINT32_MAX, 513, 0}, {UINT32_MAX, 9, 0}}, {{1, 512}, {513, 88}}, 600, 0},
-    {513, {{10, 11, 0}, {512, 0xFFFF, 0}}, {{1, 512}, {11, 1}}, 513, 0},
-    {600, {{512, 513, 1}}, {{1, 512}}, 0, -104},
-    {1100, {{512, 513, 0}, {512, 1025, -1}}, {{1, 512}, {513, 512}}, 0, -104},
+// Length of the SEL, chunks served in turn, the walk's story, number of entries processed, result.
+const std::tuple<uint16_t, std::vector<Chunk>, const char *, uint32_t, int32_t> odd_walks[] = {
+    {600, {{512, 0x2000, 0}, {88, 7, 0}}, " chunk=1+512 chunk=8192+88", 600, 0}, // the next id is what is told
+    {1500, {{512, 0xFFFF, 0}}, " chunk=1+512", 512, 0},                          // an early end
+    {1030, {{0, 10, 0}, {512, 522, 0}, {6, 9, 0}}, " chunk=1+512 chunk=10+512 chunk=522+6", 518, 0},
+    {3, {{600, 0xFFFF, 0}}, " chunk=1+3", 3, 0}, // more than the list holds, than a chunk, than was asked for
+    {600, {{513, 513, 0}, {88, 0xFFFF, 0}}, " chunk=1+512 chunk=513+88", 600, 0},
+    {600, {{UINT32_MAX, 513, 0}, {UINT32_MAX, 9, 0}}, " chunk=1+512 chunk=513+88", 600, 0},
+    {513, {{10, 11, 0}, {512, 0xFFFF, 0}}, " chunk=1+512 chunk=11+1", 513, 0},
+    {600, {{512, 513, 1}}, " chunk=1+512", 0, -104},
+    {1100, {{512, 513, 0}, {512, 1025, -1}}, " chunk=1+512 chunk=513+512", 0, -104},
 };
 
 TEST_F(SelRoad, WalkTakesWhatTheDecoderGives) {
-    for (const auto &[total, chunks, requests, processed, result] : odd_walks) {
+    for (const auto &[total, chunks, walk, processed, result] : odd_walks) {
         arrange();
         fill_sel(2000);
         const auto entries = std::exchange(world().sel, std::vector<sel_list_entry>(total));
         const sel_list_entry *entry = entries.data();
         auto chunk = chunks.begin();
-        world().decode = [&](uint8_t *area, uint16_t, uint16_t, uint32_t *decoded) {
+        world().decode = [&](uint8_t *area, uint32_t *decoded) {
             const auto [claimed, next, decode_result] = *chunk++;
             EXPECT_EQ(reinterpret_cast<uint8_t *>(decoded), area + 12);
             std::memset(area, 0xEE, 4); // the request word is to be set before every call
@@ -91,14 +75,14 @@ TEST_F(SelRoad, WalkTakesWhatTheDecoderGives) {
             *decoded = claimed;
             return decode_result;
         };
-        expect_walk(result, requests, processed);
+        expect_walk(result, walk, processed);
     }
 }
 
 TEST_F(SelRoad, WalkWithoutMemoryEndsEarly) {
     fill_sel(3);
     const FailCall no_memory(Call::allocate, 1);
-    expect_walk(0, {}, 0);
+    EXPECT_EQ(populate_all_sel_events(), 0);
 }
 
 TEST_F(SelRoad, WalkFitsAStackOf512KiB) {
@@ -110,51 +94,60 @@ TEST_F(SelRoad, WalkFitsAStackOf512KiB) {
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, 512 * 1024);
     pthread_t thread;
-    const auto walk = [](void *) -> void * { return expect_walk(0, {{1, 512}, {513, 88}}, 600), nullptr; };
+    const auto walk = [](void *) -> void * { return expect_walk(0, " chunk=1+512 chunk=513+88", 600), nullptr; };
     ASSERT_EQ(pthread_create(&thread, &attributes, walk, nullptr), 0);
     pthread_join(thread, nullptr);
 }
 
 TEST_F(SelRoad, StartUpTakesEveryStepWhateverTheWalkGives) {
-    Record oem = event(), unknown = event();
+    Record oem = event(), unknown = event(0x01, 0x01, 0x57, road_sensor + 1);
     oem[2] = 0xC0;
-    unknown[11] = road_sensor + 1;
     std::ofstream(sandbox.path("fe_table.sz")).flush();
-    const OnSweep sweep([] { tell("> sweep, started " + std::to_string(sel_init_complete)); });
     on_syslog = [&](int priority, const std::string &text) {
-        tell("> syslog " + std::to_string(priority) + " " + text + "> started " + std::to_string(sel_init_complete) +
-             ", bytes in the table file: " + std::to_string(sandbox.bytes("fe_table.sz").size()));
+        tell("syslog", "=" + std::to_string(priority) + "," + text.substr(0, text.find(' ')) + "," +
+                           std::to_string(sandbox.bytes("fe_table.sz").size()) + (text.ends_with("DONE\n") ? "" : "?"));
     };
-    std::string told;
-    for (const std::string what : {"no size", "no chunk", "empty", "walked"}) {
+    const CallTrace trace([](const std::string &call) {
+        call == "lockf fe_table.entry F_LOCK 0" && sel_init_complete != 0 ? tell("publish") : void();
+    });
+    const auto start_up = [&](auto change) {
         arrange();
-        if (what != "empty")
-            world().sel = {listed(oem, 0), listed(event(), 1), listed(unknown, 0xFFFFFFFE), listed(event(0x10), 7)};
-        world().total_result = what == "no size" ? 3 : 0;
-        if (what == "no chunk")
-            world().decode = [](auto...) { return 1; };
-        world().on_sleep = [](int32_t seconds) { tell("> pause " + std::to_string(seconds)); };
-        tell("= " + std::to_string(init_event_thread()));
-        std::erase_if(world().log, [](const std::string &line) { return line.starts_with("fe_write_buf->"); });
-        told += "##### " + what + "\n" + log_text();
+        world().sel = {listed(oem, 0), listed(event(), 1), listed(unknown, 0xFFFFFFFE), listed(event(0x10), 7)};
+        change();
+        const int32_t result = init_event_thread();
+        EXPECT_EQ(sel_init_complete, 1);
+        return story() + " = " + std::to_string(result);
+    };
+    const std::string settled = " stale pause=5.0 stale sweep=early syslog=7,SEL,";
+    EXPECT_EQ(start_up([] { world().total_result = 3; }), " size" + settled + "0 publish# = -1");
+    EXPECT_EQ(start_up([] { world().decode = [](auto...) { return 1; }; }),
+              " size chunk=1+4" + settled + "4 publish# = -104");
+    EXPECT_EQ(start_up([] { world().sel.clear(); }), " size" + settled + "4 publish# = 0");
+    EXPECT_EQ(start_up([] {}),
+              " size chunk=1+4 attach text detach sensor cpu*[1,4,117] update*=0 attach text detach "
+              "sensor stale sensor reading pause=5.0 stale sensor reading sweep=early syslog=7,SEL,4 publish# = 0");
+    const std::string log = log_text();
+    for (const char *line : {"Sensor num: 0\n", "Sensor num: 1\n", "Sensor num: -2\n", "Sensor num: 7\n"}) {
+        EXPECT_NE(log.find(std::string("populate_all_sel_events:") + line), std::string::npos);
     }
     on_syslog = nullptr;
-    EXPECT_EQ(told, expected_text("sel/start_up.txt"));
     EXPECT_EQ(sandbox.bytes("fe_table.sz"), std::string("\1\0\0\0", 4));
 }
 
 TEST_F(SelRoad, EntityTableGivesTheFirstMatchOfARow) {
     uint32_t table[17][33] = {{0, 50, 5}, {77, 11, 1, 12, 2, 13, 1, 14, 0, 0, 3, 15, 4}, {5, 0, 5, 21, 6}};
-    for (uint32_t word = 1; word <= 32; ++word)
+    for (uint32_t word = 1; word <= 32; ++word) {
         table[15][word] = word % 2 != 0 ? 100 + word / 2 : 199 + word / 2;
+    }
     std::fill(std::begin(table[16]), std::end(table[16]), 5); // would match 5 if a search ran on
     const uint32_t lookups[][3] = {
         {0, 5, 0},  {16, 5, 0},     {17, 5, 0},     {UINT32_MAX, 5, 0}, {0x80000001, 1, 0}, // no such row
         {1, 1, 11}, {1, 2, 12},     {1, 0, 14},     {1, 0x10001, 0},    {1, 11, 0},
         {1, 3, 0},  {1, 4, 0},      {2, 5, 0},      {2, 6, 0},          {3, 0, 0}, // behind the end of the row
         {1, 77, 0}, {15, 200, 100}, {15, 215, 115}, {15, 5, 0},         {15, 100, 0}};
-    for (const auto &[row, instance, translated] : lookups)
+    for (const auto &[row, instance, translated] : lookups) {
         EXPECT_EQ(translate_user_entity_instance(table, row, instance), translated) << row << ", " << instance;
+    }
     EXPECT_DEATH(translate_user_entity_instance(nullptr, 0, 0), "\\(\\(void \\*\\)0\\) != entity_tbl");
 }
 

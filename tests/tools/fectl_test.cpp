@@ -37,7 +37,8 @@ public:
     // What a shell in this folder prints, cut off if it hangs.
     std::string print(const std::string &commands) const {
         const Folder outside;
-        outside.write("commands", "fectl='" FECTL "' send='" SEND_DATAGRAMS "' captures='" CAPTURES "'\n"
+        outside.write("commands", "fectl='" FECTL "' send='" SEND_DATAGRAMS "' captures='" CAPTURES
+                                  "' check_json='" CHECK_JSON "'\n"
                                   ". " TRANSCRIPTS "/functions.sh\n" +
                                       commands);
         const std::string command = "cd " + path_ + " && timeout -s KILL 250 sh " + outside.path("commands") + " >" +
@@ -82,7 +83,16 @@ TEST_P(Transcript, IsWhatHappens) {
     EXPECT_EQ(folder.print(commands), transcript);
 }
 
-INSTANTIATE_TEST_SUITE_P(Fectl, Transcript, testing::Values("errors", "replay", "serve", "table"),
+constexpr const char *transcripts[] = {
+    "captures", "errors", "output", "replay", "serve", "table",
+#if defined(FE_ZLIB) && defined(FE_LZMA)
+    "packed",
+#endif
+#ifdef HAVE_JSONSCHEMA
+    "json",
+#endif
+};
+INSTANTIATE_TEST_SUITE_P(Fectl, Transcript, testing::ValuesIn(transcripts),
                          [](const auto &name) { return std::string(name.param); });
 
 // The files disagree until the lock is given back, which is later than fectl would try again without it.

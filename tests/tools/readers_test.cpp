@@ -15,7 +15,8 @@ namespace {
 // For each: record type, number, entity, sensor type, event type, name.
 std::string sensors_of(const std::string &dump) {
     std::string text;
-    for (const auto &sensor : parse_sdr_dump(std::vector<uint8_t>(dump.begin(), dump.end()), "dump")) {
+    Warnings warnings;
+    for (const auto &sensor : parse_sdr_dump(std::vector<uint8_t>(dump.begin(), dump.end()), "dump", warnings)) {
         if (!sensor)
             continue;
         char numbers[64];

@@ -1,0 +1,32 @@
+// Stands in for the fuzzer: runs a target over the files of a folder, or over inputs made of random bytes.
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+
+#include "fuzz/target.h"
+
+static int run(const std::string &name, const std::string &bytes) {
+    printf("%s, %zu bytes\n", name.c_str(), bytes.size());
+    fflush(stdout); // the last one named is the one that fails
+    return LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size());
+}
+
+int main(int argc, char **argv) {
+    if (argc == 2) {
+        for (const auto &entry : std::filesystem::directory_iterator(argv[1])) {
+            std::ifstream file(entry.path(), std::ios::binary);
+            run(entry.path().filename(), {std::istreambuf_iterator<char>(file), {}});
+        }
+        return 0;
+    }
+    std::mt19937 random(1);
+    for (int i = 0; i < 50; ++i) {
+        std::string bytes(random() % 4000, '\0');
+        std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random()); });
+        run(std::to_string(i), bytes);
+    }
+    return 0;
+}
