@@ -25,6 +25,7 @@ constexpr Command commands[] = {
      prepare_replay},
     {"explain", "How faults came about: each record that made, repeated, changed or cleared them", prepare_explain},
     {"diff", "What is new, gone, worse or better between two captures or table folders", prepare_diff},
+    {"report", "One HTML page that shows the faults of servers over time", prepare_report},
     {"table", "The fault table that an engine has published", prepare_table},
     {"serve", "The engine, running, until SIGINT, SIGTERM or SIGHUP", prepare_serve},
     {"request", "Sends a running engine one fault request", prepare_request},

@@ -32,6 +32,7 @@ Run prepare_event(CLI::App &app);
 Run prepare_explain(CLI::App &app);
 Run prepare_fetch(CLI::App &app); // where FE_BMC is built
 Run prepare_replay(CLI::App &app);
+Run prepare_report(CLI::App &app);
 Run prepare_request(CLI::App &app);
 Run prepare_serve(CLI::App &app);
 Run prepare_table(CLI::App &app);
