@@ -133,7 +133,7 @@ private:
     void connect_again();
     void check_sdr();
     void drain(Road &road, milliseconds longest);
-    void keep_place(Road &road) const;
+    void keep_place(Road &road);
     void say(const std::string &text) const;
 
     static Watch *running_; // whom the engine's SEL thread asks for readings
@@ -146,6 +146,7 @@ private:
     SelFollower follower_;
     Server server_;
     std::map<uint8_t, std::string> unreadable_; // sensors, and what was said of them; the engine's SEL thread's
+    bool place_is_kept_ = false;
     bool connected_ = true;
     bool sdr_change_said_ = false;
     seconds pause_after_failure_{1};
@@ -253,6 +254,7 @@ milliseconds Watch::look(Road &road) {
             drain(road, seconds(chosen_.interval_s));
             check_sdr();
         }
+        place_is_kept_ = place_is_kept_ && news.records.empty() && news.remarks.empty();
         keep_place(road);
         pause_after_failure_ = seconds(1);
         return seconds(chosen_.interval_s);
@@ -282,9 +284,10 @@ void Watch::drain(Road &road, milliseconds longest) {
     }
 }
 
-void Watch::keep_place(Road &road) const {
-    if (place_file_) {
+void Watch::keep_place(Road &road) {
+    if (place_file_ && !place_is_kept_) {
         place_file_->write(road.place_of(follower_.place()));
+        place_is_kept_ = road.all_done();
     }
 }
 
