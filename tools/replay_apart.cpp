@@ -29,7 +29,7 @@ namespace {
 
 } // namespace
 
-ReplayApart::ReplayApart(const CaptureFiles &files, const ReplayOptions &options) {
+ReplayApart::ReplayApart(const CaptureFiles &files, const ReplayOptions &options, int complaints) {
     int ends[2];
     fflush(stdout);
     if (pipe(ends) != 0)
@@ -38,6 +38,7 @@ ReplayApart::ReplayApart(const CaptureFiles &files, const ReplayOptions &options
     if (pid_ == 0) {
         close(ends[0]);
         dup2(ends[1], STDOUT_FILENO);
+        dup2(complaints, STDERR_FILENO);
         close(ends[1]);
         run_child(files, options);
     }

@@ -1,6 +1,8 @@
 // Captures through the engine.
 #pragma once
 
+#include <unistd.h>
+
 #include <string>
 
 #include "tools/capture.h"
@@ -35,7 +37,8 @@ int replay_and_print(const CaptureFiles &files, const ReplayOptions &options);
 // In a process of its own, so that many can follow or run side by side: what is printed there is for take().
 class ReplayApart {
 public:
-    ReplayApart(const CaptureFiles &files, const ReplayOptions &options);
+    // Its standard error is `complaints`.
+    ReplayApart(const CaptureFiles &files, const ReplayOptions &options, int complaints = STDERR_FILENO);
     ~ReplayApart();
     ReplayApart(ReplayApart &&other) noexcept;
     ReplayApart &operator=(ReplayApart &&) = delete;

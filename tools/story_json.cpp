@@ -143,6 +143,7 @@ std::string JsonLines::change(const Change &change) {
     add_record(line, change.record ? &*change.record : nullptr);
     add(line, "severity_before",
         change.before != nullptr ? '"' + severity_word(change.before->severity) + '"' : "null");
+    add(line, "table_code_before", change.before != nullptr ? std::to_string(change.before->table_code) : "null");
     add(line, "cleared_by_another_event", truth(cleared_by_another_event(change)));
     add_fault(line, *change.after);
     return line + '}';
