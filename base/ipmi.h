@@ -56,7 +56,7 @@ inline constexpr uint8_t memory_device = 32;
 inline constexpr uint8_t system_firmware = 34;
 inline constexpr uint8_t controller_firmware = 46; // management controller firmware
 inline constexpr uint8_t pci_express_bus = 49;
-// OEM, as this system uses them; each class has several ids.
+// OEM, named after the entity filter's handlers. All of 208 to 215 count as storage in the fault table.
 inline constexpr uint8_t storage_0 = 208;
 inline constexpr uint8_t storage_1 = 209;
 inline constexpr uint8_t storage_2 = 210;

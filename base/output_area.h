@@ -1,5 +1,5 @@
-// What a call of a closed library writes into. Some of them write whole words, or two, where less is agreed: no such area
-// is smaller than 8 bytes, and all are aligned to 4.
+// Room for what a call of a closed library writes. Some calls write a word or two where less is agreed, so no such area is
+// smaller than 8 bytes, and all are aligned to 4.
 #pragma once
 
 #include <cstdint>

@@ -7,6 +7,7 @@
 #define FE_CAPABILITY __attribute__((capability("mutex")))
 #define FE_GUARDED_BY(lock) __attribute__((guarded_by(lock)))
 #define FE_REQUIRES(lock) __attribute__((requires_capability(lock)))
+#define FE_EXCLUDES(lock) __attribute__((locks_excluded(lock)))
 #define FE_ACQUIRE(lock) __attribute__((acquire_capability(lock)))
 #define FE_RELEASE(lock) __attribute__((release_capability(lock)))
 #define FE_UNCHECKED __attribute__((no_thread_safety_analysis))
@@ -14,6 +15,7 @@
 #define FE_CAPABILITY
 #define FE_GUARDED_BY(lock)
 #define FE_REQUIRES(lock)
+#define FE_EXCLUDES(lock)
 #define FE_ACQUIRE(lock)
 #define FE_RELEASE(lock)
 #define FE_UNCHECKED

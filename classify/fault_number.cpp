@@ -52,7 +52,7 @@ int32_t get_fault_num(fe_read_buf *request, const sensor_data_record *sensor, co
     case entity_id::fan: return get_fault_num_fan(request, sensor, sel_bytes);
     case entity_id::system_firmware: return get_fault_num_fw_bios(request, sensor, sel_bytes);
     case entity_id::pci_express_bus: return get_fault_num_pci(request, sensor, sel_bytes);
-    case entity_id::controller_firmware: // from here on: events without a number
+    case entity_id::controller_firmware: // known, but without a number
     case entity_id::storage_0:
     case entity_id::storage_1:
     case entity_id::storage_2:

@@ -52,7 +52,7 @@ int32_t group_event(fe_read_buf *request, const ipmi_event &event) {
     return 0;
 }
 
-// Instances of memory modules count on through the groups of eight: 8 is group 1, instance 8.
+// A memory module's instance is 8 * group + number, where number 0 is called 8: 43 is number 3 of group 5, 40 number 8.
 void split_instance(fe_read_buf *request) {
     const auto instance = static_cast<uint32_t>(request->entity_instance);
     request->entity_group_instance = static_cast<int32_t>(instance >> 3);

@@ -13,11 +13,10 @@ pthread_condattr_t fe_read_buf_cond_attr;
 pthread_condattr_t fe_read_wait_cond_attr;
 pthread_condattr_t fe_write_buf_cond_attr;
 
+constinit private_lock buffers_lock;
+
 namespace {
 
-// Guards the two exported pointers, `newest`, and the users and the closing of every buffer. A leaf: no other lock is
-// taken inside it.
-constinit private_lock buffers_lock;
 pthread_cond_t user_left = PTHREAD_COND_INITIALIZER; // with buffers_lock
 
 // The buffer that this library published last, until its release.
@@ -35,7 +34,6 @@ fe_write_buf_struct *&exported() {
     return fe_write_buf_struct_ptr;
 }
 
-// Neighbours read the pointer without the lock.
 template <class Block>
 void export_pointer(Block *block) {
     __atomic_store_n(&exported<Block>(), block, __ATOMIC_RELEASE);
@@ -49,13 +47,6 @@ void leave(const buffer_use<Block> &use) {
         pthread_cond_broadcast(&user_left);
     }
     unlock(buffers_lock);
-}
-
-bool is_last_user(const read_buffer_use &use) {
-    lock(buffers_lock);
-    const bool is_last = use.owned == nullptr || use.owned->users == 1;
-    unlock(buffers_lock);
-    return is_last;
 }
 
 } // namespace
@@ -84,9 +75,14 @@ buffer_use<Block> publish_buffer(owned_buffer<Block> *buffer) {
 }
 
 template <class Block>
+Block *published_buffer() {
+    return __atomic_load_n(&exported<Block>(), __ATOMIC_ACQUIRE);
+}
+
+template <class Block>
 buffer_use<Block> enter_buffer() {
     lock(buffers_lock);
-    Block *buffer = exported<Block>();
+    Block *buffer = published_buffer<Block>();
     owned_buffer<Block> *owned = buffer == newest<Block> ? newest<Block> : nullptr;
     if (buffer == nullptr || content_of(*buffer) == nullptr || (owned != nullptr && owned->is_closed)) {
         buffer = owned = nullptr;
@@ -103,12 +99,17 @@ void leave_write_buffer(const write_buffer_use &use) {
 }
 
 void leave_read_buffer(const read_buffer_use &use) {
-    // Destroying can take as long as somebody waits on the pair, so the lock is not held. Who is alone stays alone: a
-    // consumer only is when the producer has left, who closed the buffer before.
-    if (is_last_user(use)) {
-        destroy_pair(use.buffer->fe_read_wait_mutex, use.buffer->fe_read_wait_cond);
+    lock(buffers_lock);
+    const bool is_last = use.owned == nullptr || use.owned->users == 1;
+    if (!is_last) { // at once, or of two who leave together each would take the other for the last
+        --use.owned->users;
+        pthread_cond_broadcast(&user_left);
     }
-    leave(use);
+    unlock(buffers_lock);
+    if (is_last) { // the buffer is closed; without the lock, since destroying waits for those who have been woken
+        destroy_pair(use.buffer->fe_read_wait_mutex, use.buffer->fe_read_wait_cond);
+        leave(use);
+    }
 }
 
 template <class Block>
@@ -116,6 +117,10 @@ void close_buffer(owned_buffer<Block> *buffer) {
     lock(buffers_lock);
     buffer->is_closed = true;
     unlock(buffers_lock);
+}
+
+bool exists(const read_buffer_use &use) {
+    return use.owned != nullptr || (use.buffer != nullptr && use.buffer == published_buffer<fe_read_buf_struct>());
 }
 
 bool is_closed(const read_buffer_use &use) {
@@ -138,7 +143,7 @@ void await_unused(owned_buffer<Block> *buffer) {
 template <class Block>
 void release_buffer(owned_buffer<Block> *buffer) {
     lock(buffers_lock);
-    if (exported<Block>() == buffer) {
+    if (published_buffer<Block>() == buffer) {
         export_pointer<Block>(nullptr);
     }
     if (newest<Block> == buffer) {
@@ -150,6 +155,8 @@ void release_buffer(owned_buffer<Block> *buffer) {
 
 template read_buffer_use publish_buffer(read_buffer *);
 template write_buffer_use publish_buffer(write_buffer *);
+template fe_read_buf_struct *published_buffer();
+template fe_write_buf_struct *published_buffer();
 template read_buffer_use enter_buffer();
 template write_buffer_use enter_buffer();
 template void close_buffer(read_buffer *);

@@ -4,7 +4,12 @@
 // its life is his affair.
 #pragma once
 
+#include "base/thread_safety.h"
 #include "fault_engine/fault_request.h"
+
+// Guards the two exported pointers, and the users and the closing of every buffer of this library's. A leaf: no other
+// lock is taken inside it.
+extern private_lock buffers_lock;
 
 // A mutex and its condition, each with its attribute object at the defaults.
 void init_pair(pthread_mutex_t &mutex, pthread_mutexattr_t &mutex_attr, fe_shared_cond &cond,
@@ -12,11 +17,11 @@ void init_pair(pthread_mutex_t &mutex, pthread_mutexattr_t &mutex_attr, fe_share
 void destroy_pair(pthread_mutex_t &mutex, fe_shared_cond &cond);
 
 // A block of this library's. The count of its users lies behind it on the heap, so that a thread which ends inside a
-// neighbour's call leaves nothing of its stack behind. Guarded by the lock of buffers.cpp.
+// neighbour's call leaves nothing of its stack behind.
 template <class Block>
 struct owned_buffer : Block {
-    uint32_t users;
-    bool is_closed;
+    uint32_t users FE_GUARDED_BY(buffers_lock);
+    bool is_closed FE_GUARDED_BY(buffers_lock);
 };
 
 template <class Block>
@@ -33,6 +38,10 @@ using write_buffer_use = buffer_use<fe_write_buf_struct>;
 template <class Block>
 buffer_use<Block> publish_buffer(owned_buffer<Block> *buffer);
 
+// The exported pointer as it stands, which others may set without the lock.
+template <class Block>
+Block *published_buffer();
+
 // Enters the published buffer, unless it is closed or has no request or record.
 template <class Block>
 buffer_use<Block> enter_buffer();
@@ -44,6 +53,9 @@ void leave_read_buffer(const read_buffer_use &use);
 template <class Block>
 void close_buffer(owned_buffer<Block> *buffer);
 bool is_closed(const read_buffer_use &use);
+
+// Whether the buffer that was entered is there still: a buffer of somebody else is when its pointer says so.
+bool exists(const read_buffer_use &use);
 
 // Waits until nobody uses the buffer.
 template <class Block>

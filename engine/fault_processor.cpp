@@ -68,7 +68,7 @@ void process_requests(const read_buffer_use &use, fe_write_buf_struct *wbuf) {
     fe_read_buf request;
     while (take_request(use, request)) {
         process_request(&request, wbuf);
-        if (__atomic_load_n(&fe_read_buf_struct_ptr, __ATOMIC_ACQUIRE) == nullptr) {
+        if (published_buffer<fe_read_buf_struct>() == nullptr) {
             return;
         }
     }
@@ -97,7 +97,7 @@ void *fault_processor(void *) {
         thread_is_settled();
         return nullptr;
     }
-    const auto consumer = enter_buffer<fe_read_buf_struct>(); // who sees the write buffer may count on a consumer
+    const auto consumer = enter_buffer<fe_read_buf_struct>(); // before others see the write buffer: they count on it
     const write_buffer_use own_use = publish_buffer(wbuf);
     thread_is_settled();
     if (consumer.buffer != nullptr) {
@@ -108,7 +108,7 @@ void *fault_processor(void *) {
     leave_write_buffer(own_use);
     await_unused(wbuf);
     destroy_write_buffer_pair(wbuf);
-    if (consumer.buffer != nullptr) {
+    if (exists(consumer)) {
         leave_as_consumer(consumer);
     }
     release_buffer(wbuf);

@@ -36,11 +36,13 @@ void *listener(void *) {
     const read_buffer_use producer = publish_buffer(rbuf);
     thread_is_settled();
     fe_init_interface(rbuf);
+    int former_state = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &former_state); // from here on it would take a lock with it
 
     // Closed before the wake-up: a fault processor that misses the flag, which a new start takes back, stops all the same.
     close_buffer(rbuf);
-    leave_read_buffer(producer);
     stop_engine(rbuf);
+    leave_read_buffer(producer);
     await_unused(rbuf);
     destroy_pair(rbuf->fe_read_buf_mutex, rbuf->fe_read_buf_cond);
     release_buffer(rbuf);

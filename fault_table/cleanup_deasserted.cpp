@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "base/buffer_block.h"
+#include "base/ipmi.h"
 #include "base/output_area.h"
 #include "base/text_field.h"
 #include "fault_engine/sel.h"
@@ -27,7 +28,7 @@ constinit private_lock one_stale_pass;
 
 // Storage entities, all above them, and sensors that have no 8-bit number are left alone.
 bool is_examined(const fe_write_buf &record) {
-    return record.entity_id <= 207 && static_cast<int32_t>(record.sens_num) <= 255;
+    return record.entity_id < entity_id::storage_0 && static_cast<int32_t>(record.sens_num) <= 255;
 }
 
 enum class verdict { unreadable, holds, stale };
@@ -52,7 +53,8 @@ verdict ask_sensor(const fe_write_buf &record) FE_REQUIRES(one_stale_pass) {
     return is_stale(type_code, sensor_type, state.value) ? verdict::stale : verdict::holds;
 }
 
-// Clears the fault of a copied record, which becomes the clearing one. False when there is none.
+// Clears by a copied record, which becomes the clearing one, as an event would: the first fault of its entity instance
+// that has its code or one related to it. False when there is none.
 bool clear_stale(fe_write_buf &record) FE_REQUIRES(table_lock) {
     text_scratch scratch;
     fe_logger("Clearing stale fault - %s (severity: %u)\n", as_text(record.FaultDescription, scratch),
@@ -63,23 +65,19 @@ bool clear_stale(fe_write_buf &record) FE_REQUIRES(table_lock) {
 
 enum class next_step { go_on, go_on_if_head_stays, start_again };
 
-// Examines one entry. The table's lock is given up while the sensor is asked: what has become of the table meanwhile is
+// Examines one entry. The table's lock is given up while the sensor is asked: what has become of the entry meanwhile is
 // looked at before anything is cleared.
-next_step examine(fe_table_entry *&entry, fe_write_buf &copy) FE_REQUIRES(table_lock) FE_REQUIRES(one_stale_pass) {
+next_step examine(const fe_table_entry *entry, fe_write_buf &copy) FE_REQUIRES(table_lock) FE_REQUIRES(one_stale_pass) {
     if (!is_examined(entry->record)) {
         return next_step::go_on_if_head_stays;
     }
     copy = entry->record;
-    const uint32_t freed = entries_freed;
+    stale_walk.asked = entry;
     unlock_table();
     const verdict said = ask_sensor(copy);
     lock_table();
 
-    const bool some_freed = entries_freed != freed;
-    if (some_freed) {
-        entry = *find_entry(&fe_table_head_ptr, entry); // taken from the chain, if it is still there
-    }
-    if (entry == nullptr) {
+    if (stale_walk.asked == nullptr) {
         return next_step::start_again;
     }
     if (said == verdict::unreadable) {
@@ -88,24 +86,24 @@ next_step examine(fe_table_entry *&entry, fe_write_buf &copy) FE_REQUIRES(table_
     if (said == verdict::holds) {
         return next_step::go_on_if_head_stays;
     }
-    // An entry at the same place with the same bytes may still be another fault than the judged one, raised since.
-    const bool is_judged = !some_freed && memcmp(&entry->record, &copy, sizeof copy) == 0;
+    const bool is_judged = memcmp(&entry->record, &copy, sizeof copy) == 0;
     return !is_judged || clear_stale(copy) ? next_step::start_again : next_step::go_on_if_head_stays;
 }
 
 void walk_chain(fe_write_buf &copy) FE_REQUIRES(one_stale_pass) {
     lock_table();
-    fe_table_entry *entry = fe_table_head_ptr;
-    const fe_table_entry *start = entry;
+    const fe_table_entry *entry = fe_table_head_ptr;
+    stale_walk.start = entry;
     while (entry != nullptr) {
         const next_step next = examine(entry, copy);
-        const bool head_moved = fe_table_head_ptr != start;
+        const bool head_moved = fe_table_head_ptr != stale_walk.start;
         if (next == next_step::start_again || (next == next_step::go_on_if_head_stays && head_moved)) {
-            start = entry = fe_table_head_ptr;
+            stale_walk.start = entry = fe_table_head_ptr;
         } else {
             entry = entry->next;
         }
     }
+    stale_walk = {};
     unlock_table();
 }
 

@@ -7,7 +7,8 @@
 
 namespace {
 
-// One bit for each code of a list, on the stack of the pass. Codes that differ by a multiple of `bits` share one.
+// One bit for each code of a list, on the stack of the pass. Codes that differ by a multiple of `bits` share one, which
+// costs the exact search and nothing else; known codes lie below.
 struct code_set {
     static constexpr uint32_t bits = 32768;
     uint32_t words[bits / 32];
@@ -57,16 +58,16 @@ void clear_fault(const fault_node &node, fe_write_buf &clearing) FE_REQUIRES(tab
     change_fault_table(clearing);
 }
 
-// A clearing takes the older duplicate, or a fault before it that a related code matches: what is behind stays. Whether
-// it took the first of the list is told by addresses kept as numbers, since that node may be freed by then.
+// The clearing removes this fault or, by a related code, one before it; those behind stay. The old first node may be
+// freed by then, so only its address is kept.
 void clear_older_duplicates(const entity_instance_node &instance, fe_write_buf &clearing) FE_REQUIRES(table_lock) {
     const fault_node *node = find_older_duplicate(instance.fault_list);
     while (node != nullptr) {
         const fault_node *const behind = node->next;
         const auto first = reinterpret_cast<uintptr_t>(instance.fault_list);
         clear_fault(*node, clearing);
-        const bool is_first = reinterpret_cast<uintptr_t>(instance.fault_list) == first;
-        node = find_older_duplicate(is_first ? behind : instance.fault_list);
+        const bool first_stays = reinterpret_cast<uintptr_t>(instance.fault_list) == first;
+        node = find_older_duplicate(first_stays ? behind : instance.fault_list);
     }
 }
 

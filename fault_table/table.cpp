@@ -5,10 +5,15 @@ fe_table_entry *fe_table_head_ptr;
 uint32_t fe_fault_count;
 pthread_mutex_t fe_table_mutex = PTHREAD_MUTEX_INITIALIZER;
 
-uint32_t entries_freed;
+remembered_entries stale_walk;
 
 void free_entry(fe_table_entry *entry) {
-    ++entries_freed;
+    if (stale_walk.start == entry) {
+        stale_walk.start = nullptr;
+    }
+    if (stale_walk.asked == entry) {
+        stale_walk.asked = nullptr;
+    }
     free(entry);
 }
 

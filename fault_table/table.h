@@ -27,6 +27,9 @@ extern fe_table_entry *fe_table_head_ptr FE_GUARDED_BY(table_lock);
 extern uint32_t fe_fault_count FE_GUARDED_BY(table_lock);
 void write_to_fe_file(fe_table_entry *first) FE_REQUIRES(table_lock);
 int32_t remove_last_fe_table_entry(fe_table_entry **head, entity_id_node **entity_list) FE_REQUIRES(table_lock);
+int32_t update_fe_database(fe_write_buf_struct *wbuf) FE_EXCLUDES(table_lock);
+void cleanup_duplicate_events(void) FE_EXCLUDES(table_lock);
+void cleanup_deasserted_events(void) FE_EXCLUDES(table_lock);
 }
 
 template <class Node, class Match>
@@ -52,10 +55,6 @@ inline entity_instance_node **find_instance(entity_instance_node **list, int32_t
     return find_link(list, [=](const entity_instance_node &node) { return node.entity_instance == entity_instance; });
 }
 
-inline fe_table_entry **find_entry(fe_table_entry **chain, const fe_table_entry *entry) {
-    return find_link(chain, [=](const fe_table_entry &other) { return &other == entry; });
-}
-
 // Where a fault stands in the index: one link for each level.
 struct fault_position {
     entity_id_node **entity;
@@ -63,9 +62,12 @@ struct fault_position {
     fault_node **fault;
 };
 
-// Number of entries freed so far, modulo 2^32. If it has not changed since the lock was last held, all entries seen then
-// still exist.
-extern uint32_t entries_freed FE_GUARDED_BY(table_lock);
+// The entries that the stale pass remembers while it gives up the lock; null once they have been freed.
+struct remembered_entries {
+    const fe_table_entry *start; // the head at which its walk started
+    const fe_table_entry *asked; // the entry whose sensor it asks
+};
+extern remembered_entries stale_walk FE_GUARDED_BY(table_lock);
 
 // Frees an entry that is off the chain.
 void free_entry(fe_table_entry *entry) FE_REQUIRES(table_lock);

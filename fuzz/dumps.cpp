@@ -8,24 +8,20 @@
 #include "platform/ipmi_access/sel_dump.h"
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    ipmi_access::Warnings warnings;
     try {
-        ipmi_access::Warnings warnings;
         const auto records = ipmi_access::parse_sel_dump({data, size}, "dump", warnings);
-        require((records.size() + warnings.size()) * sizeof(sel_record) == size, "all of the dump is records");
-        require(!warnings.empty() || size == 0 || memcmp(records.data(), data, size) == 0,
-                "the records are those of the dump");
+        require((records.size() + warnings.size()) * sizeof(sel_record) == size, "all of the dump is told of");
+        require(!warnings.empty() || size == 0 || memcmp(records.data(), data, size) == 0, "the records are those of the dump");
     } catch (const ipmi_access::CaptureError &) {
     }
     try {
-        ipmi_access::Warnings warnings;
-        const ipmi_access::Sensors sensors = ipmi_access::parse_sdr_dump({data, size}, "dump", warnings);
-        for (size_t number = 0; number < sensors.size(); ++number) {
-            if (const auto &sensor = sensors[number]) {
-                require(sensor->number == number && sensor->entity_instance < 128, "a sensor has its number");
-                require(sensor->record_type >= 1 && sensor->record_type <= 3, "a sensor has a record of its own");
-                const bool one_word = std::ranges::all_of(sensor->name, [](char c) { return c > ' ' && c <= '~'; });
-                require(one_word && !sensor->name.empty(), "a name is a word");
-            }
+        for (const auto &sensor : ipmi_access::parse_sdr_dump({data, size}, "dump", warnings)) {
+            require(!sensor || (sensor->record_type - 1U < 3 && sensor->entity_instance < 128),
+                    "a sensor has a record");
+            require(!sensor || (!sensor->name.empty() &&
+                                std::ranges::all_of(sensor->name, [](char c) { return c > ' ' && c <= '~'; })),
+                    "a name is a word");
         }
     } catch (const ipmi_access::CaptureError &) {
     }

@@ -7,10 +7,10 @@
 #include <cstring>
 #include <syslog.h>
 
+#include "base/ipmi.h"
 #include "base/output_area.h"
 #include "base/text_field.h"
 #include "base/wire_bytes.h"
-#include "classify/event.h"
 #include "engine/buffers.h"
 #include "fault_engine/classify.h"
 #include "fault_engine/fault_table.h"
@@ -47,7 +47,7 @@ sel_entry_fields take_apart(const sel_record &record) {
     };
 }
 
-// Has the SEL library say the record in words. Returns 0, no_text, or what a failing detach returned.
+// Has the SEL library say the record in words. Returns 0, FE_SEL_NO_TEXT, or what a failing detach returned.
 int32_t read_text(const uint8_t *sel_bytes, const sel_record &record, sel_text_rec &text) {
     if (IPMI_SELHVDBSELAttach(&text) != 0) {
         return FE_SEL_NO_TEXT;
@@ -57,8 +57,9 @@ int32_t read_text(const uint8_t *sel_bytes, const sel_record &record, sel_text_r
     if (IPMI_SELGetHVDBSELData(record.record_type, &fields, &text) != 0) {
         return FE_SEL_NO_TEXT;
     }
-    terminate(text.event);
-    return IPMI_SELHVDBSELDetach();
+    const int32_t result = IPMI_SELHVDBSELDetach();
+    terminate(text.event); // the library has known its address until here
+    return result;
 }
 
 // Instances count from 1: those of an entity that the sensor data records count from 0 are one higher here.
@@ -68,12 +69,7 @@ int32_t floored_instance(const sensor_data_record &sensor) {
 }
 
 int32_t convert_sel_to_fe_read_buf(const uint8_t *sel_bytes, const sensor_data_record &sensor, fe_read_buf *request) {
-    request->entity_id = static_cast<uint8_t>(sensor.entity_id);
-    request->entity_type = static_cast<uint8_t>(sensor.sensor_type);
-    request->entity_group_instance = 1;
-    request->vemoFaultTags = 0;
-    request->sens_num = sensor.sensor_number;
-    request->entity_instance = floored_instance(sensor);
+    fill_request(request, sensor, floored_instance(sensor));
     fe_logger("\nEntered convert_sel_to_fe_read_buf\n");
     const int32_t result = fe_get_severity(request, &sensor, sel_bytes);
     if (result < 0) {

@@ -1,11 +1,10 @@
 // Extended SEL records: 24 bytes, with a 32-bit sensor number.
-#include <algorithm>
 #include <cstring>
 
+#include "base/ipmi.h"
 #include "base/output_area.h"
 #include "base/text_field.h"
 #include "base/wire_bytes.h"
-#include "classify/event.h"
 #include "engine/buffers.h"
 #include "fault_engine/classify.h"
 #include "fault_engine/sel.h"
@@ -74,17 +73,6 @@ sensor_data_record describe_sensor(int32_t sensor_number, uint8_t type) {
     return sensor;
 }
 
-fe_read_buf request_for(const sensor_data_record &sensor) {
-    fe_read_buf request{};
-    request.entity_id = static_cast<uint8_t>(sensor.entity_id);
-    request.entity_type = static_cast<uint8_t>(sensor.sensor_type);
-    request.entity_group_instance = 1;
-    request.entity_instance = static_cast<int32_t>(sensor.entity_instance);
-    request.vemoFaultTags = 0;
-    request.sens_num = sensor.sensor_number;
-    return request;
-}
-
 // What the SEL library's formatting writes. Its texts may lack their NUL.
 struct formatted_record {
     alignas(4) char timestamp[32];
@@ -96,9 +84,10 @@ struct formatted_record {
 };
 
 bool format(const sel_record &record, int32_t sensor_number, formatted_record &formatted) {
+    alignas(4) sel_record copy = record; // of the library's own, since the severity is read from the record afterwards
     formatted.timestamp_length.value = sizeof formatted.timestamp;
     const int32_t result = HVLGSELEntryToStr(
-        reinterpret_cast<const uint8_t *>(&record), 0, formatted.timestamp, &formatted.timestamp_length.value,
+        reinterpret_cast<const uint8_t *>(&copy), 0, formatted.timestamp, &formatted.timestamp_length.value,
         formatted.event, &formatted.flag_1.value, &formatted.flag_2.value, formatted.work, sensor_number);
     terminate(formatted.timestamp);
     return result == 0;
@@ -114,8 +103,7 @@ sel_text_rec text_of(const formatted_record &formatted) {
     copy_text(text.date, date);
     text.timestamp_length = formatted.timestamp_length.value;
     if (text.timestamp_length > 1) {
-        memcpy(text.timestamp, formatted.timestamp,
-               std::min<size_t>(strlen(formatted.timestamp), text.timestamp_length - 1));
+        memcpy(text.timestamp, formatted.timestamp, strnlen(formatted.timestamp, text.timestamp_length - 1));
     }
     text.flag = formatted.flag_2.value;
     copy_text(text.event, formatted.event);
@@ -142,7 +130,8 @@ int32_t process_super_sel_data(const uint8_t *sel_bytes) {
     }
 
     const sensor_data_record sensor = describe_sensor(sensor_number, record.sensor_type);
-    fe_read_buf request = request_for(sensor);
+    fe_read_buf request{};
+    fill_request(&request, sensor, static_cast<int32_t>(sensor.entity_instance));
     formatted_record formatted{};
     if (!format(record, sensor_number, formatted)) {
         return FE_SEL_NO_EXTENDED_TEXT;

@@ -6,6 +6,15 @@
 #include "fault_engine/fault_table.h"
 #include "platform/fe_core/fe_core.h"
 
+void fill_request(fe_read_buf *request, const sensor_data_record &sensor, int32_t entity_instance) {
+    request->entity_id = static_cast<uint8_t>(sensor.entity_id);
+    request->entity_type = static_cast<uint8_t>(sensor.sensor_type);
+    request->entity_group_instance = 1;
+    request->entity_instance = entity_instance;
+    request->vemoFaultTags = 0;
+    request->sens_num = sensor.sensor_number;
+}
+
 void settle_after_bios_post(const char *reporter, const fe_read_buf &request) {
     if (fe_flag(&sel_init_complete) == 0 || strcmp(reporter, "BIOS_POST_CMPLT") != 0) {
         return;

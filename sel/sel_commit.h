@@ -6,6 +6,9 @@
 
 enum class sel_road { ordinary, extended };
 
+// Fills a zeroed request from the sensor's record, all but name, severity and fault number.
+void fill_request(fe_read_buf *request, const sensor_data_record &sensor, int32_t entity_instance);
+
 // The end of the BIOS power-on self test settles the sensors: if `reporter` is the one that reports it after start-up,
 // waits for 30 seconds, then drops stale faults if the event clears. The reporter is the first word of the event text
 // on the ordinary road, the sensor's name on the extended one. Called with no lock held.

@@ -5,7 +5,7 @@
 
 #include "fault_engine/fault_record.h"
 
-// The word of a text, at most 39 characters of it.
+// A word of a text, at most 39 characters of it.
 struct event_word {
     char text[40]; // NUL-terminated
     size_t length;
@@ -20,5 +20,5 @@ struct event_words {
 event_words cut_words(const char *text);
 
 // Names the sensor by the one of the two words that is its name, and takes the last character, a colon, off that word.
-// Fewer than two words give an empty name.
+// Fewer than two words give an empty name; the chosen word is shortened all the same.
 void take_sensor_name(event_words &words, char (&name)[FE_SENSOR_NAME_SIZE]);

@@ -5,8 +5,11 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
+#include <iterator>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "tools/cli.h"
 
@@ -26,6 +29,10 @@ constexpr Command commands[] = {
     {"table", "The fault table that an engine has published", prepare_table},
     {"serve", "The engine, running, until SIGINT, SIGTERM or SIGHUP", prepare_serve},
     {"request", "Sends a running engine one fault request", prepare_request},
+#ifdef FECTL_BMC
+    {"fetch", "Reads a server's sensor data records, event log and sensor states from its BMC, for replay", prepare_fetch},
+    {"watch", "The engine, running, on the event log and the sensors of a server's BMC", prepare_watch},
+#endif
     {"event", "Writes SEL records into the FIFO of a running engine", prepare_event},
 };
 
@@ -37,6 +44,18 @@ void open_standard_descriptors() {
     while (fd >= 0 && fd <= STDERR_FILENO);
     if (fd > STDERR_FILENO)
         close(fd);
+}
+
+// The last first, as CLI11 wants them. What -P is given is not to stay where ps shows it.
+std::vector<std::string> take_arguments(int argc, char **argv) {
+    std::vector<std::string> arguments(std::reverse_iterator(argv + argc), std::reverse_iterator(argv + 1));
+    for (char **argument = argv + 1; argument < argv + argc; ++argument) {
+        if (strncmp(*argument, "-P", 2) != 0)
+            continue;
+        char *password = (*argument)[2] != '\0' || argument + 1 == argv + argc ? *argument + 2 : *++argument;
+        memset(password, 'x', strlen(password));
+    }
+    return arguments;
 }
 
 int print(const std::string &text) {
@@ -62,7 +81,7 @@ public:
 
     int run(int argc, char **argv) {
         try {
-            app_.parse(argc, argv);
+            app_.parse(take_arguments(argc, argv));
         } catch (const CLI::CallForHelp &) {
             return print(chosen() == nullptr ? app_.help() : chosen()->help("fectl"));
         } catch (const CLI::CallForVersion &) {
@@ -114,6 +133,10 @@ int run(int argc, char **argv) {
     } catch (const Failure &failure) {
         fprintf(stderr, "fectl: %s\n", failure.what());
         return exit_failed;
+    } catch (const Unreachable &failure) {
+        fflush(stdout);
+        fprintf(stderr, "fectl: %s\n", failure.what());
+        return exit_unreachable;
     } catch (const std::exception &refusal) {
         fflush(stdout);
         fprintf(stderr, "fectl: %s\n", refusal.what());

@@ -18,15 +18,22 @@ struct Failure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-enum ExitCode { exit_ok = 0, exit_failed = 1, exit_refused = 2, exit_fault_found = 3 };
+// Nobody answers on the network, or not rightly: reported in one line on stderr, exit code 4.
+struct Unreachable : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+enum ExitCode { exit_ok = 0, exit_failed = 1, exit_refused = 2, exit_fault_found = 3, exit_unreachable = 4 };
 
 // Adds the options of a subcommand and returns what to do once they are parsed; that returns an exit code.
 using Run = std::function<int()>;
 Run prepare_diff(CLI::App &app);
 Run prepare_event(CLI::App &app);
 Run prepare_explain(CLI::App &app);
+Run prepare_fetch(CLI::App &app); // where FE_BMC is built
 Run prepare_replay(CLI::App &app);
 Run prepare_report(CLI::App &app);
 Run prepare_request(CLI::App &app);
 Run prepare_serve(CLI::App &app);
 Run prepare_table(CLI::App &app);
+Run prepare_watch(CLI::App &app); // where FE_BMC is built

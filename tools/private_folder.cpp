@@ -3,6 +3,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -19,14 +22,39 @@ std::string parent() {
     return access("/dev/shm", W_OK | X_OK) == 0 ? "/dev/shm" : "/tmp";
 }
 
+// What a signal takes away: the folder, and before it what the engine makes there. Set before the handlers are.
+char files[2][PATH_MAX];
+char folder[PATH_MAX];
+constexpr int signals[] = {SIGHUP, SIGINT, SIGPIPE, SIGTERM};
+
+void remove_and_end(int signal_number) {
+    for (const char *file : files)
+        unlink(file);
+    rmdir(folder);
+    signal(signal_number, SIG_DFL);
+    raise(signal_number);
+}
+
+// Signals that are ignored stay so.
+void handle_signals(void (*handler)(int)) {
+    for (const int signal_number : signals)
+        if (signal(signal_number, handler) == SIG_IGN)
+            signal(signal_number, SIG_IGN);
+}
+
 } // namespace
 
 PrivateFolder::PrivateFolder() : path_(parent() + "/fectl-XXXXXX") {
     if (mkdtemp(path_.data()) == nullptr)
         throw Failure(path_ + ": cannot make a folder for the engine's files: " + strerror(errno));
+    snprintf(folder, sizeof folder, "%s", path_.c_str());
+    snprintf(files[0], sizeof files[0], "%s/fe_table.entry", path_.c_str());
+    snprintf(files[1], sizeof files[1], "%s/fe_table.sz", path_.c_str());
+    handle_signals(remove_and_end);
 }
 
 PrivateFolder::~PrivateFolder() {
+    handle_signals(SIG_DFL);
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
 }

@@ -1,4 +1,4 @@
-// A folder of one's own for as long as it lives.
+// A folder of one's own for as long as it lives; one at a time. A signal that ends the process takes it away, too.
 #pragma once
 
 #include <string>

@@ -1,7 +1,5 @@
 // fectl serve: the engine, running.
 #include <algorithm>
-#include <csignal>
-#include <ctime>
 #include <memory>
 
 #include "tools/capture.h"
@@ -13,14 +11,13 @@
 #include "tools/live_engine.h"
 #include "tools/request_socket.h"
 #include "tools/sel_fifo.h"
+#include "tools/stop_signals.h"
 #include "tools/view.h"
 
 namespace {
 
 // The engine's waits for a FIFO that cannot be opened are pauses, too.
 constexpr std::chrono::milliseconds short_pause{10};
-
-constexpr timespec between_checks{.tv_sec = 0, .tv_nsec = 250'000'000};
 
 struct ServeOptions {
     CaptureOptions capture;
@@ -45,30 +42,6 @@ void serve_capture(const CaptureFiles &files) {
     ipmi_access::serve(std::move(loaded.capture));
 }
 
-// The signals that tell to stop. They wait in the process from the moment this is made; threads made later don't see them
-// either.
-class StopSignals {
-public:
-    StopSignals() {
-        sigemptyset(&set_);
-        sigaddset(&set_, SIGINT);
-        sigaddset(&set_, SIGTERM);
-        sigaddset(&set_, SIGHUP);
-        pthread_sigmask(SIG_BLOCK, &set_, nullptr);
-    }
-
-    // True for a signal, false when the engine stops of itself.
-    bool await(const LiveEngine &engine) const {
-        while (sigtimedwait(&set_, nullptr, &between_checks) < 0)
-            if (engine.has_given_up())
-                return false;
-        return true;
-    }
-
-private:
-    sigset_t set_;
-};
-
 int serve(const ServeOptions &chosen) {
     const StopSignals stop_signals;
     serve_capture(chosen.capture.files);
@@ -81,7 +54,7 @@ int serve(const ServeOptions &chosen) {
     engine.start();
     fprintf(stderr, "ready: socket %s, FIFO %s\n", chosen.socket_path().c_str(), records.path().c_str());
 
-    const bool told_to_stop = stop_signals.await(engine);
+    const bool told_to_stop = stop_signals.await([&engine] { return engine.has_given_up(); });
     if (!told_to_stop)
         fprintf(stderr, "fectl: the engine has stopped: %s is gone or fails\n", records.path().c_str());
     engine.stop();

@@ -129,7 +129,7 @@ int32_t SELTotalSEL(uint32_t *first, int32_t zero, uint16_t *second, uint16_t *t
     return 0;
 }
 
-int32_t DecodeSel(void *area, uint32_t size, const void *request, uint32_t *decoded) {
+int32_t DecodeSel(struct sel_decode_area *area, uint32_t size, struct sel_chunk_request *request, uint32_t *decoded) {
     (void)area;
     (void)size;
     (void)request;

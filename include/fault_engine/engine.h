@@ -14,8 +14,8 @@
  *
  * fe_init_interface() has to return for the engine to stop. A listener that is cancelled in it, or leaves it by
  * pthread_exit(), harms nothing, but stops nothing either: the read buffer stays published, and the fault processor
- * waits on it until somebody sets fe_not_running and broadcasts fe_read_buf_cond under fe_read_buf_mutex. The other
- * threads of the library are not to be cancelled at all.
+ * waits on it until somebody sets fe_not_running and broadcasts fe_read_buf_cond under fe_read_buf_mutex. No other
+ * thread is to be cancelled inside a function or thread of this library.
  *
  * Threads are created joinable and with the default stack; the daemon joins them, the library never does. The engine
  * can be started again once all four threads have been joined and the daemon has set fe_not_running and

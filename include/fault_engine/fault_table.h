@@ -91,9 +91,8 @@ extern FE_EXPORT uint32_t record_type;
  * Creates, updates or (severity 0) clears the fault of wbuf's record and rewrites the table files. Only wbuf's record
  * pointer is used. The record is written too: its previous-time fields and vemoFaultOccur, for the broadcast.
  * Takes fe_table_mutex; the caller holds fe_write_buf_mutex if the record is the working one.
- *    0  created, cleared, or updated outside the storage entities (208..215): to be broadcast
- *    2  updated, storage entity: to be broadcast with syslog_filter set
- *   -1  nothing to clear, or out of memory: table and files unchanged, of the record only the previous-time fields
+ * Returns an enum fe_table_result; on FE_TABLE_UNCHANGED the table and its files are as before, and of the record only
+ * the previous-time fields may have been written.
  */
 FE_EXPORT int32_t update_fe_database(struct fe_write_buf_struct *wbuf);
 

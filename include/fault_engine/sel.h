@@ -4,7 +4,7 @@
  *
  * Records that come as wire bytes are structs of bytes, so they have no padding and may lie at any address.
  *
- * The SEL functions return a result of enum fe_sel_result or, as it stands, what a failing detach of the SEL library
+ * The SEL functions that return int32_t return a result of enum fe_sel_result or, as it stands, what a failing detach of the SEL library
  * returned.
  */
 #ifndef FAULT_ENGINE_SEL_H
@@ -13,7 +13,7 @@
 #include "fault_engine/fault_record.h"
 
 enum fe_sel_result {
-    FE_SEL_OK = 0,                /* the record was ignored or processed */
+    FE_SEL_OK = 0,                /* the record was ignored or processed; an empty SEL; no memory for the walk */
     FE_SEL_REFUSED = -1,          /* severity or fault number selection refused the event */
     FE_SEL_NO_WRITE_BUFFER = -1,  /* there is no write buffer, or no record in it */
     FE_SEL_NO_SIZE = -1,          /* the size of the SEL cannot be read */

@@ -45,17 +45,6 @@ uint32_t write_text(char (&field)[size], const std::string &text) {
     return static_cast<uint32_t>(length);
 }
 
-// The decode area: the callers' own fields lie before next_record_id and between it and the entries, which come last
-// and have room for one chunk whatever the size that the caller gives.
-constexpr size_t next_record_id_offset = 16;
-constexpr size_t entries_offset = 180242;
-constexpr uint16_t max_chunk = 512;
-constexpr uint16_t no_more_records = 0xFFFF;
-
-void put_u16(uint8_t *bytes, uint16_t value) {
-    memcpy(bytes, &value, sizeof value);
-}
-
 sel_list_entry list_entry(const sel_record &record) {
     return {record, {record.sensor_number, 0, 0, 0}};
 }
@@ -109,20 +98,16 @@ int32_t put_sel_size(uint32_t *first, int32_t, uint16_t *second, uint16_t *total
 }
 
 // Record ids of real logs wrap and repeat, so the ids asked for and given here are positions, from 1.
-int32_t decode(void *area, uint32_t, const void *request, uint32_t *decoded) {
-    ByteCursor words({static_cast<const uint8_t *>(request), 4});
-    const size_t first = words.u16();
-    const size_t asked = std::min(words.u16(), max_chunk);
-    if (first == 0 || first > walk_records)
+int32_t decode(sel_decode_area *area, uint32_t, sel_chunk_request *request, uint32_t *decoded) {
+    const size_t first = request->first_record_id;
+    if (first == 0 || first > walk_records) {
         return failed;
-    const size_t count = std::min(asked, walk_records - (first - 1));
-    uint8_t *bytes = static_cast<uint8_t *>(area);
-    for (size_t i = 0; i < count; i++) {
-        const sel_list_entry entry = list_entry(server.records[first - 1 + i]);
-        memcpy(bytes + entries_offset + i * sizeof entry, &entry, sizeof entry);
     }
+    const size_t asked = std::min<size_t>(request->entries, SEL_CHUNK_ENTRIES);
+    const size_t count = std::min(asked, walk_records - (first - 1));
+    std::transform(&server.records[first - 1], &server.records[first - 1] + count, area->entries, list_entry);
     const size_t next = first + count;
-    put_u16(bytes + next_record_id_offset, next > walk_records ? no_more_records : static_cast<uint16_t>(next));
+    area->next_record_id = next > walk_records ? uint16_t{SEL_END_OF_LOG} : static_cast<uint16_t>(next);
     *decoded = static_cast<uint32_t>(count);
     return 0;
 }

@@ -28,7 +28,7 @@ int32_t SELTotalSEL(uint32_t *first, int32_t zero, uint16_t *second, uint16_t *t
     return hooks.sel_size(first, zero, second, total);
 }
 
-int32_t DecodeSel(void *area, uint32_t size, const void *request, uint32_t *decoded) {
+int32_t DecodeSel(sel_decode_area *area, uint32_t size, sel_chunk_request *request, uint32_t *decoded) {
     return hooks.decode(area, size, request, decoded);
 }
 

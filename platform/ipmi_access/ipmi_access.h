@@ -55,10 +55,10 @@ struct sel_chunk_request {
 static_assert(sizeof(struct sel_chunk_request) == 4, "a chunk request is 4 bytes");
 
 /*
- * Decodes the chunk that a struct sel_chunk_request asks for into a struct sel_decode_area; `size` is
- * SEL_DECODE_AREA_SIZE, and `decoded` points to the area's decoded_last. The request may be used as scratch.
+ * Decodes the chunk that is asked for into the area; `size` is SEL_DECODE_AREA_SIZE, and `decoded` points to the area's
+ * decoded_last. The request may be used as scratch.
  */
-int32_t DecodeSel(void *area, uint32_t size, const void *request, uint32_t *decoded);
+int32_t DecodeSel(struct sel_decode_area *area, uint32_t size, struct sel_chunk_request *request, uint32_t *decoded);
 
 /* Text of a SEL record whose sensor has a 32-bit number. The texts may lack their NUL. */
 int32_t HVLGSELEntryToStr(const uint8_t *sel_record, int32_t zero, char *timestamp, uint16_t *timestamp_length,

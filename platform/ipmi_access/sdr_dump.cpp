@@ -25,6 +25,8 @@ struct Layout {
 constexpr Layout layouts[] = {{1, 7, 8, 0, 42}, {2, 7, 8, 18, 26}, {3, 5, 6, 7, 11}};
 
 constexpr size_t owner_offset = 0;
+constexpr size_t lun_offset = 1;
+constexpr uint8_t lun_mask = 0x03; // the channel is in the upper half
 constexpr size_t number_offset = 2;
 constexpr size_t entity_id_offset = 3;
 constexpr size_t entity_instance_offset = 4;
@@ -138,6 +140,7 @@ void add_sensors(Sensors &sensors, const Layout &layout, std::span<const uint8_t
             own += name_modifier(sharing.alphabetic, sharing.modifier_offset + i);
         sensors[number] = Sensor{layout.record_type,
                                  body[owner_offset],
+                                 static_cast<uint8_t>(body[lun_offset] & lun_mask),
                                  static_cast<uint8_t>(number),
                                  body[entity_id_offset],
                                  static_cast<uint8_t>(instance & instance_mask),

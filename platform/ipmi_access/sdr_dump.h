@@ -15,6 +15,7 @@ namespace ipmi_access {
 struct Sensor {
     uint8_t record_type; // 1 full, 2 compact, 3 event-only
     uint8_t owner;       // as in a SEL record's generator id: 0x20 is the BMC, odd ones are system software
+    uint8_t lun;         // at which the owner has it
     uint8_t number;
     uint8_t entity_id;
     uint8_t entity_instance; // without the flag for logical entities

@@ -31,9 +31,13 @@ protected:
         world().event_text = "P1_THERM: going high";
     }
 
-    // Whoever waits tests what he waits for with the mutex held: a wake-up without it may come in between.
+    // Whoever waits tests what he waits for with the mutex held: a wake-up without it may come in between. A SEL road, which
+    // is this thread's, wakes the owner of the write buffer up when it leaves that, and has unlocked it by then.
     void expect_wake_ups_with_mutex() {
-        on_wake_up = [this](const void *cond) {
+        on_wake_up = [this, road = pthread_self()](const void *cond) {
+            const std::array buffers = {&rbuf->fe_read_buf_cond, &rbuf->fe_read_wait_cond};
+            const bool leaves = pthread_equal(pthread_self(), road) != 0 && std::ranges::count(buffers, cond) == 0;
+            EXPECT_FALSE(leaves && !is_free(fe_write_buf_struct_ptr->fe_write_buf_mutex));
             EXPECT_FALSE(cond == &rbuf->fe_read_buf_cond && is_free(rbuf->fe_read_buf_mutex));
             EXPECT_FALSE(cond == &rbuf->fe_read_wait_cond && is_free(rbuf->fe_read_wait_mutex));
         };
@@ -91,15 +95,17 @@ TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
             }
             expected.insert(expected.end(), {&rbuf->fe_read_wait_cond, &rbuf->fe_read_wait_mutex,
                                              &rbuf->fe_read_buf_cond, &rbuf->fe_read_buf_mutex});
-            for (int i = 0; i < moment.requests; ++i)
+            for (int i = 0; i < moment.requests; ++i) {
                 place(*rbuf, request_of(29, 5));
+            }
             await(moment.until);
         };
         world().dispatch = [&](fe_read_buf &request, fe_write_buf_struct &block) {
             ++dispatched;
             moment.dispatch_sees_stop ? await_stop() : void();
-            for (int i = 0; i < 1000; ++i)
+            for (int i = 0; i < 1000; ++i) {
                 std::this_thread::yield();
+            }
             EXPECT_TRUE(take_destroyed().empty());
             EXPECT_TRUE(fe_read_buf_struct_ptr == rbuf && fe_write_buf_struct_ptr == &block);
             std::memcpy(block.fe_write_buf, &request, sizeof request);

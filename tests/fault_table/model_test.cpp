@@ -40,7 +40,7 @@ TEST_F(FaultTableModel, IsFollowedByEveryUpdateAndPass) {
     }
     EXPECT_GT(mirror.model.twins, 100);
     EXPECT_GT(mirror.model.stale, 300);
-    EXPECT_GT(mirror.model.judged_again, 30);
+    EXPECT_GT(mirror.model.judged_again, 10);
 }
 
 } // namespace

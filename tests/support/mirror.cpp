@@ -1,5 +1,6 @@
 #include "support/mirror.h"
 
+#include <atomic>
 #include <optional>
 
 #include <dlfcn.h>
@@ -8,6 +9,8 @@ namespace {
 
 Mirror *mirror;
 Threads mirrored_threads;
+std::atomic<bool> counts_are_known; // until a change comes that no mirror follows
+std::array<int, 4> storage_counts;
 
 // What a thread does to the table: the lines that it has logged, and what is to happen at the first.
 struct InHand : OfThread<InHand> {
@@ -31,6 +34,7 @@ struct Pass : OfThread<Pass> {
 template <auto *function>
 auto library_function(const char *name) {
     const Disarmed disarmed;
+    mirror == nullptr ? counts_are_known = false : false;
     static const auto found = reinterpret_cast<decltype(function)>(dlsym(RTLD_NEXT, name));
     return found;
 }
@@ -123,7 +127,14 @@ void sweep_stale(decltype(&cleanup_deasserted_events) library_sweep) {
 
 Mirror::Mirror(const Sandbox &sandbox, Threads threads) : sandbox_(sandbox) {
     std::ofstream(sandbox_.path("stor_stat")).flush();
-    learn_storage_counts();
+    if (!counts_are_known) {
+        learn_storage_counts();
+    } else {
+        model.storage = storage_counts;
+    }
+    for (auto &[name, content] : model.files) {
+        content = sandbox_.bytes(name);
+    }
     mirrored_threads = threads;
     mirror = this;
 }
@@ -146,12 +157,11 @@ void Mirror::learn_storage_counts() {
     for (; is_set(0x01); ++model.storage[3]) {
         move(1, 5);
     }
-    for (auto &[name, content] : model.files) {
-        content = sandbox_.bytes(name);
-    }
 }
 
 Mirror::~Mirror() {
+    storage_counts = model.storage;
+    counts_are_known = true;
     mirror = nullptr;
 }
 

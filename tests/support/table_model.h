@@ -99,6 +99,7 @@ struct Model {
         if (is_out_of_memory(2)) {
             return;
         }
+        gone.clear();
         const fe_write_buf *start = head();
         for (Place at = chain.begin(); at != chain.end();) {
             const Next next = examine(at, on_reading);
@@ -143,6 +144,8 @@ struct Model {
     }
 
 private:
+    std::list<fe_write_buf> gone; // kept until the next stale pass, so that no place comes again during one
+
     enum Next { go_on, go_on_if_head_stays, start_again };
 
     Next examine(Place at, const std::function<void(int32_t)> &on_reading) {
@@ -152,7 +155,6 @@ private:
             return go_on_if_head_stays;
         }
         const auto sensor = world().sensors.find(number);
-        const int freed_before = freed;
         if (sensor == world().sensors.end()) {
             return go_on;
         }
@@ -170,7 +172,7 @@ private:
         if (!is_readable || !is_stale(type, reading->second, sensor_type)) {
             return is_readable ? go_on_if_head_stays : go_on;
         }
-        if (freed != freed_before || !(*at == fault)) {
+        if (!(*at == fault)) {
             ++judged_again;
             return start_again;
         }
@@ -213,7 +215,7 @@ private:
     void drop(Place stored) {
         ++freed;
         std::erase(index, stored);
-        chain.erase(stored);
+        gone.splice(gone.end(), chain, stored);
     }
 
     __attribute__((format(printf, 2, 3))) void say(const char *format, ...) {

@@ -48,7 +48,7 @@ void TableSteps::update_once() {
     run([&r] { update(r); });
 }
 
-// While a sensor is read, some faults are cleared, or one is updated.
+// While a sensor is read, some faults are cleared, or one is updated, or one of the sensor's is raised again.
 void TableSteps::sweep_stale() {
     std::vector<fe_write_buf> meanwhile;
     for (uint32_t n = choose.below(3); n > 0 && !mirror_.model.chain.empty(); --n) {
@@ -61,8 +61,14 @@ void TableSteps::sweep_stale() {
     }
     int readings = 0;
     const int moment = static_cast<int>(choose.below(6));
-    world().on_reading = [&](int32_t) {
+    const bool raises_again = choose.one_in(2);
+    world().on_reading = [&](int32_t number) {
         if (readings++ == moment) {
+            const auto fault =
+                std::ranges::find(mirror_.model.chain, static_cast<uint32_t>(number), &fe_write_buf::sens_num);
+            if (raises_again && fault != mirror_.model.chain.end()) {
+                meanwhile = {*fault};
+            }
             std::ranges::for_each(meanwhile, update);
         }
     };

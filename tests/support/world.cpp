@@ -234,27 +234,20 @@ int32_t sel_size(uint32_t *first, int32_t zero, uint16_t *second, uint16_t *tota
     return answer.fails ? -1 : world().total_result;
 }
 
-int32_t decode(void *area, uint32_t size, const void *request, uint32_t *decoded) {
-    constexpr uint32_t agreed_size = 190470, request_word = 4;
-    constexpr size_t next_record = 16, entries = 180242;
-    uint16_t words[2];
-    memcpy(words, request, sizeof words);
-    const auto [start, count] = words;
-    memset(const_cast<void *>(request), 0xFF, sizeof words); // it may serve as scratch
-    Answer answer("chunk", [&] { return "=" + std::to_string(words[0]) + "+" + std::to_string(words[1]); });
-    if (answer.fails || size != agreed_size || memcmp(area, &request_word, sizeof request_word) != 0) {
+int32_t decode(sel_decode_area *area, uint32_t size, sel_chunk_request *request, uint32_t *decoded) {
+    const auto [start, count] = *request;
+    std::memset(request, 0xFF, sizeof *request); // it may serve as scratch
+    Answer answer("chunk", [&] { return "=" + std::to_string(start) + "+" + std::to_string(count); });
+    if (answer.fails || size != 190470 || area->request != 4) {
         return -1;
     }
-    uint8_t *const bytes = static_cast<uint8_t *>(area);
     if (world().decode) {
-        return answer.ask(world().decode, bytes, decoded);
+        return answer.ask(world().decode, reinterpret_cast<uint8_t *>(area), decoded);
     }
     const auto &sel = world().sel;
     const size_t first = std::min<size_t>(start - 1U, sel.size()), number = std::min<size_t>(count, sel.size() - first);
-    std::copy_n(sel.begin() + static_cast<std::ptrdiff_t>(first), number,
-                reinterpret_cast<sel_list_entry *>(bytes + entries));
-    const uint16_t next = first + number == sel.size() ? 0xFFFF : static_cast<uint16_t>(start + number);
-    memcpy(bytes + next_record, &next, sizeof next);
+    std::copy_n(sel.begin() + static_cast<std::ptrdiff_t>(first), number, area->entries);
+    area->next_record_id = first + number == sel.size() ? 0xFFFF : static_cast<uint16_t>(start + number);
     *decoded = static_cast<uint32_t>(number);
     return 0;
 }

@@ -1,0 +1,49 @@
+// A BMC that any thread may ask, and from which anyone who waits can be called off, whatever the network does: a thread
+// of its own does the talking and is left behind when it does not come back.
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "tools/bmc/bmc.h"
+
+namespace bmc {
+
+// Thrown to those who wait when call_off() is called, and to all who ask afterwards.
+struct CalledOff {};
+
+class BmcClient : public SelSource {
+public:
+    explicit BmcClient(Access access);
+    ~BmcClient();
+    BmcClient(const BmcClient &) = delete;
+    BmcClient &operator=(const BmcClient &) = delete;
+
+    // Opens a session, in place of one before. Until then, and once it is lost, all questions fail.
+    void connect();
+
+    SelInfo sel_info() override;
+    std::optional<SelEntry> sel_entry(uint16_t id) override;
+    Bytes sdr(const SdrProgress &progress); // which is called in the thread that talks
+    SdrTimes sdr_times();
+    std::optional<uint16_t> states(SensorAddress sensor, std::string &why);
+
+    void call_off();
+
+    // After call_off(): gives the session back. False when the thread that talks is held by the network; the process then
+    // has to end by _exit().
+    bool leave();
+
+private:
+    struct Talk;
+    using Job = std::function<void(std::unique_ptr<Bmc> &)>;
+
+    static void talk(const std::shared_ptr<Talk> &talk);
+    void run(Job job);
+    template <class T>
+    T ask(std::function<T(Bmc &)> question);
+
+    std::shared_ptr<Talk> talk_; // the thread's, too
+};
+
+} // namespace bmc

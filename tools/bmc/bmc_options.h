@@ -1,0 +1,27 @@
+// Options of those who ask a BMC, named as ipmitool's.
+#pragma once
+
+#include <string>
+
+#include "tools/bmc/ipmi_session.h"
+
+namespace CLI {
+class App;
+}
+
+namespace bmc {
+
+struct BmcOptions {
+    Access access;
+    std::string password, password_file, workarounds;
+    std::string privilege = "USER", interface = "lanplus";
+    int suite = -1;
+    bool password_in_environment = false;
+};
+
+void add_bmc_options(CLI::App &app, BmcOptions &options);
+
+// With the password, for which it may ask. Throws Refusal.
+Access resolve_access(const BmcOptions &options);
+
+} // namespace bmc

@@ -1,0 +1,110 @@
+// fectl fetch: a server's capture files, from its BMC.
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+
+#include "tools/bmc/bmc_options.h"
+#include "tools/bmc/server_reader.h"
+#include "tools/cli.h"
+#include "tools/fectl.h"
+#include "tools/view.h"
+
+namespace {
+
+using namespace bmc;
+
+struct FetchOptions {
+    BmcOptions bmc;
+    std::string directory, name;
+};
+
+std::string bytes_of(const std::vector<sel_record> &records) {
+    return {reinterpret_cast<const char *>(records.data()), records.size() * sizeof(sel_record)};
+}
+
+// A line as "ipmi-sensors --output-event-bitmask" prints it.
+std::string sensor_line(const ipmi_access::Sensor &sensor, std::optional<uint16_t> states) {
+    char type[8], event[8] = "N/A";
+    snprintf(type, sizeof type, "0x%02x", sensor.sensor_type);
+    if (states) {
+        snprintf(event, sizeof event, "%04xh", *states);
+    }
+    return std::to_string(sensor.number) + " | " + sensor.label + " | " + type + " | N/A | N/A | " + event + "\n";
+}
+
+std::string read_sensors(BmcClient &client, const ipmi_access::Sensors &sensors) {
+    std::string lines = "ID | Name | Type | Reading | Units | Event\n";
+    for (const auto &sensor : sensors) {
+        if (sensor) {
+            std::string why;
+            lines += sensor_line(*sensor, read_states(client, *sensor, why));
+        }
+    }
+    return lines;
+}
+
+// Whoever looks for the file finds it whole.
+void write_file(const std::string &path, const std::string &content) {
+    const std::string beside = path + ".new";
+    FILE *file = fopen(beside.c_str(), "wbe");
+    const bool written = file != nullptr && fwrite(content.data(), 1, content.size(), file) == content.size();
+    const bool closed = file != nullptr && fclose(file) == 0;
+    if (!written || !closed || rename(beside.c_str(), path.c_str()) != 0) {
+        const int error = errno;
+        remove(beside.c_str());
+        throw Failure(path + ": cannot write: " + strerror(error));
+    }
+}
+
+std::string file_name(const FetchOptions &chosen) {
+    std::string name = chosen.name.empty() ? chosen.bmc.access.host : chosen.name;
+    std::ranges::replace_if(
+        name, [](char c) { return c == '/' || c == ':' || c == '[' || c == ']'; }, '_');
+    return name;
+}
+
+void fetch_server(BmcClient &client, const std::string &files) {
+    SelFollower follower;
+    const Server server = read_server(client, follower);
+    ipmi_access::Warnings warnings = server.sel.remarks;
+    const ipmi_access::Sensors sensors = ipmi_access::parse_sdr_dump(server.sdr, files + ".sdr", warnings);
+    const std::string states = read_sensors(client, sensors);
+    write_file(files + ".sdr", {server.sdr.begin(), server.sdr.end()});
+    write_file(files + ".sel", bytes_of(server.sel.records));
+    write_file(files + ".sensors", states);
+    std::ranges::for_each(warnings, warn);
+}
+
+int fetch(const FetchOptions &chosen) {
+    std::error_code error;
+    std::filesystem::create_directories(chosen.directory, error);
+    if (error) {
+        throw Failure(chosen.directory + ": cannot make the folder: " + error.message());
+    }
+    BmcClient client(resolve_access(chosen.bmc));
+    try {
+        fetch_server(client, chosen.directory + "/" + file_name(chosen));
+    } catch (const BmcError &failure) {
+        fail(chosen.bmc.access.host, failure);
+    }
+    client.call_off();
+    client.leave();
+    return exit_ok;
+}
+
+} // namespace
+
+Run prepare_fetch(CLI::App &app) {
+    const auto chosen = std::make_shared<FetchOptions>();
+    app.description(
+        "Reads from a server's BMC what replay takes, and writes it into DIR: NAME.sdr and NAME.sel as ipmitool\n"
+        "would, and NAME.sensors with the present states of the sensors. It asks for the password unless -f,\n"
+        "-E or -P gives it.");
+    app.add_option("DIR", chosen->directory, "where the files go; made if it is missing")->type_name("")->required();
+    app.add_option("--name", chosen->name, "NAME of the files (default: HOST)")->type_name("NAME");
+    add_bmc_options(app, chosen->bmc);
+    return [chosen] { return fetch(*chosen); };
+}

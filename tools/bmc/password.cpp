@@ -1,0 +1,100 @@
+#include "tools/bmc/password.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+
+#include "tools/fectl.h"
+
+namespace bmc {
+namespace {
+
+// The terminal without echo. Signals that would end the process while it is so wait until the echo is back.
+class SilentTerminal {
+public:
+    SilentTerminal() : fd_(open("/dev/tty", O_RDWR | O_CLOEXEC)) {
+        if (fd_ < 0 || tcgetattr(fd_, &before_) != 0) {
+            throw Refusal("there is no terminal to ask for the password; -f FILE or -E gives it");
+        }
+        sigemptyset(&ending_);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP}) {
+            sigaddset(&ending_, signal);
+        }
+        pthread_sigmask(SIG_BLOCK, &ending_, &mask_before_);
+        signal_fd_ = signalfd(-1, &ending_, SFD_CLOEXEC);
+        termios silent = before_;
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        tcsetattr(fd_, TCSAFLUSH, &silent);
+    }
+    ~SilentTerminal() {
+        tcsetattr(fd_, TCSAFLUSH, &before_);
+        close(signal_fd_);
+        close(fd_);
+        pthread_sigmask(SIG_SETMASK, &mask_before_, nullptr);
+    }
+    SilentTerminal(const SilentTerminal &) = delete;
+    SilentTerminal &operator=(const SilentTerminal &) = delete;
+
+    void print(const std::string &text) const {
+        [[maybe_unused]] const ssize_t written = write(fd_, text.data(), text.size());
+    }
+
+    // Without its end of line; empty when a signal has come.
+    std::string read_line() const {
+        pollfd ready[] = {{fd_, POLLIN, 0}, {signal_fd_, POLLIN, 0}};
+        char line[256];
+        while (poll(ready, 2, -1) < 0 && errno == EINTR) {
+        }
+        const ssize_t length = ready[1].revents != 0 ? 0 : read(fd_, line, sizeof line);
+        std::string text(line, length > 0 ? static_cast<size_t>(length) : 0);
+        explicit_bzero(line, sizeof line);
+        return text.substr(0, text.find('\n'));
+    }
+
+private:
+    int fd_;
+    int signal_fd_ = -1;
+    termios before_{};
+    sigset_t ending_{}, mask_before_{};
+};
+
+} // namespace
+
+std::string password_in_file(const std::string &path) {
+    std::ifstream file(path);
+    std::string line;
+    if (!file) {
+        throw Refusal(path + ": cannot open: " + strerror(errno));
+    }
+    std::getline(file, line);
+    return line.substr(0, line.find('\r'));
+}
+
+std::string password_in_environment() {
+    char *value = getenv("IPMI_PASSWORD");
+    if (value == nullptr) {
+        throw Refusal("-E: IPMI_PASSWORD is not set");
+    }
+    std::string password = value;
+    explicit_bzero(value, strlen(value));
+    unsetenv("IPMI_PASSWORD");
+    return password;
+}
+
+std::string ask_for_password(const std::string &user_at_host) {
+    const SilentTerminal terminal;
+    terminal.print("Password of " + user_at_host + ": ");
+    std::string password = terminal.read_line();
+    terminal.print("\n");
+    return password;
+}
+
+} // namespace bmc

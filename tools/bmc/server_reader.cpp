@@ -1,0 +1,90 @@
+#include "tools/bmc/server_reader.h"
+
+#include <memory>
+
+#include "tools/fectl.h"
+#include "tools/progress.h"
+
+namespace bmc {
+namespace {
+
+constexpr int attempts = 3; // to read sensor data records that change meanwhile
+constexpr uint8_t bmc_owner = 0x20;
+constexpr uint8_t event_only = 3;
+
+// Shows the records on their way.
+class CountedSel : public SelSource {
+public:
+    explicit CountedSel(SelSource &source) : source_(source) {}
+    ~CountedSel() override { progress_.erase(); }
+
+    SelInfo sel_info() override {
+        const SelInfo info = source_.sel_info();
+        progress_.expect(info.entries);
+        return info;
+    }
+    std::optional<SelEntry> sel_entry(uint16_t id) override {
+        progress_.step("SEL records");
+        return source_.sel_entry(id);
+    }
+
+private:
+    SelSource &source_;
+    Progress progress_;
+};
+
+Bytes read_sdr_once(BmcClient &client) {
+    const auto progress = std::make_shared<Progress>(); // the talking thread's, too
+    Bytes records = client.sdr([progress](size_t, size_t total) {
+        progress->expect(total);
+        progress->step("sensor data records");
+    });
+    progress->erase();
+    return records;
+}
+
+Bytes read_sdr(BmcClient &client) {
+    for (int attempt = 1;; ++attempt) {
+        try {
+            return read_sdr_once(client);
+        } catch (const BmcError &error) {
+            if (error.kind != BmcError::Kind::busy || attempt == attempts) {
+                throw;
+            }
+        }
+    }
+}
+
+} // namespace
+
+void fail(const std::string &host, const BmcError &error) {
+    const std::string line = host + ": " + error.what();
+    if (error.kind == BmcError::Kind::refused) {
+        throw Refusal(line);
+    }
+    throw Unreachable(line);
+}
+
+Server read_server(BmcClient &client, SelFollower &follower) {
+    Server server;
+    client.connect();
+    server.sdr_times = client.sdr_times();
+    server.sdr = read_sdr(client);
+    CountedSel counted(client);
+    server.sel = follower.look(counted);
+    return server;
+}
+
+std::optional<uint16_t> read_states(BmcClient &client, const ipmi_access::Sensor &sensor, std::string &why) {
+    if (sensor.owner != bmc_owner) {
+        why = "another controller's sensor";
+        return std::nullopt;
+    }
+    if (sensor.record_type == event_only) {
+        why = "it has events alone";
+        return std::nullopt;
+    }
+    return client.states({sensor.number, sensor.lun}, why);
+}
+
+} // namespace bmc

@@ -1,0 +1,24 @@
+// What fetch and watch read of a server before they differ.
+#pragma once
+
+#include "platform/ipmi_access/ipmi_access_host.h"
+#include "tools/bmc/bmc_client.h"
+
+namespace bmc {
+
+// Throws what ends fectl with the right exit code: Refusal when the BMC refuses, else Unreachable.
+[[noreturn]] void fail(const std::string &host, const BmcError &error);
+
+struct Server {
+    SdrTimes sdr_times;
+    Bytes sdr;
+    SelNews sel;
+};
+
+// Opens the session and reads, with progress. Throws BmcError.
+Server read_server(BmcClient &client, SelFollower &follower);
+
+// The present states of a sensor, event offset n in bit n; nothing, and why, when it has none. Throws BmcError.
+std::optional<uint16_t> read_states(BmcClient &client, const ipmi_access::Sensor &sensor, std::string &why);
+
+} // namespace bmc

@@ -1,0 +1,32 @@
+// The signals that tell to stop. They wait in the process from the moment this is made; threads made later don't see them
+// either.
+#pragma once
+
+#include <pthread.h>
+
+#include <csignal>
+#include <ctime>
+
+class StopSignals {
+public:
+    StopSignals() {
+        sigemptyset(&set_);
+        sigaddset(&set_, SIGINT);
+        sigaddset(&set_, SIGTERM);
+        sigaddset(&set_, SIGHUP);
+        pthread_sigmask(SIG_BLOCK, &set_, nullptr);
+    }
+
+    // True for a signal, false when `gives_up` says so, which is asked four times a second.
+    template <class Condition>
+    bool await(Condition gives_up) const {
+        constexpr timespec between_checks{.tv_sec = 0, .tv_nsec = 250'000'000};
+        while (sigtimedwait(&set_, nullptr, &between_checks) < 0)
+            if (gives_up())
+                return false;
+        return true;
+    }
+
+private:
+    sigset_t set_;
+};
