@@ -96,11 +96,15 @@ std::vector<report::ServerLog> read_logs(const ReportOptions &chosen, report::Wo
 }
 
 void write_page(const std::string &path, const std::string &page) {
-    FILE *file = path == "-" ? stdout : fopen(path.c_str(), "w");
+    if (path == "-") {
+        fwrite(page.data(), 1, page.size(), stdout); // all commands tell what becomes of it
+        return;
+    }
+    FILE *file = fopen(path.c_str(), "w");
     const bool written =
         file != nullptr && fwrite(page.data(), 1, page.size(), file) == page.size() && fflush(file) == 0;
     const int reason = errno;
-    if (file != nullptr && file != stdout)
+    if (file != nullptr)
         fclose(file);
     if (!written)
         throw Failure(path + ": cannot write: " + strerror(reason));

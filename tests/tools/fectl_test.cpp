@@ -84,7 +84,7 @@ TEST_P(Transcript, IsWhatHappens) {
 }
 
 constexpr const char *transcripts[] = {
-    "captures", "errors", "output", "replay", "serve", "table",
+    "captures", "errors", "output", "replay", "report", "serve", "table",
 #if defined(FE_ZLIB) && defined(FE_LZMA)
     "packed",
 #endif
