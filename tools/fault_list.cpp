@@ -71,8 +71,8 @@ void ChangeList::print(const Change &change) {
 void print_fault_list(FILE *out, std::span<const Fault> faults, size_t line_width) {
     const bool have_events = std::ranges::any_of(faults, [](const Fault &fault) { return fault.event.has_value(); });
     std::vector<Column> columns = {{"LAST", 19},           {"SEVERITY", 8},       {"SENSOR", 6},
-                                   {"ENTITY", 6},          {"COUNT", 5, true, 4}, {"FIRST", 5, false, 3},
-                                   {"CAUSE", 5, false, 1}, {"CODE", 4, true, 2},  {"FAULT", 5, false, 5}};
+                                   {"ENTITY", 6},          {"COUNT", 5, true, 5}, {"FIRST", 5, false, 4},
+                                   {"CAUSE", 5, false, 1}, {"CODE", 4, true, 2},  {"FAULT", 5, false, 3}};
     if (have_events)
         columns.push_back({"EVENT", 5});
     TextTable table(columns, line_width);

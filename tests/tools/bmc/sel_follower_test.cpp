@@ -37,7 +37,8 @@ public:
 
     void add() {
         if (log_.size() == capacity) {
-            if (kind_ == Kind::stops_when_full)
+            info_.overflow = kind_ == Kind::stops_when_full;
+            if (info_.overflow)
                 return;
             log_.pop_front();
         }
@@ -174,6 +175,37 @@ INSTANTIATE_TEST_SUITE_P(Sel, EveryRecord,
                                                           Kind::ring_of_places,
                                                           Kind::ring_of_places_read_in_their_order),
                                           testing::Bool()));
+
+// Each said once, in one line.
+TEST(SelFollower, SaysWhatBecomesOfTheLog) {
+    struct Case {
+        Kind kind;
+        void (*change)(ModelSel &);
+        std::vector<std::string> remarks;
+    };
+    const auto add = [](ModelSel &sel) { sel.add(); };
+    const Case cases[] = {
+        {Kind::ring_with_new_ids, add, {"the SEL has wrapped: new records overwrite the oldest"}},
+        {Kind::ring_of_places,
+         add,
+         {"1 record id used again for other records", "the SEL has wrapped: new records overwrite the oldest"}},
+        {Kind::stops_when_full, add, {"the SEL has overflowed: events were lost for want of room"}},
+        {Kind::ring_of_places, [](ModelSel &sel) { sel.clear(); }, {"the SEL was cleared"}},
+        {Kind::ring_of_places, [](ModelSel &sel) { sel.remove_one(); }, {"1 record was deleted from the SEL"}},
+    };
+    for (const Case &each : cases) {
+        std::mt19937 random;
+        ModelSel sel(each.kind, random, false);
+        for (size_t i = 0; i < capacity; ++i)
+            sel.add();
+        SelFollower follower;
+        EXPECT_TRUE(follower.look(sel).remarks.empty());
+        sel.wait_a_second();
+        each.change(sel);
+        EXPECT_EQ(follower.look(sel).remarks, each.remarks);
+        EXPECT_TRUE(follower.look(sel).remarks.empty());
+    }
+}
 
 } // namespace
 } // namespace bmc
