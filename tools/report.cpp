@@ -36,8 +36,9 @@ std::vector<std::string> complaint_lines(FILE *file) {
     rewind(file);
     for (ssize_t length; (length = getline(&line, &room, file)) > 0;) {
         std::string text(line, static_cast<size_t>(length) - (line[length - 1] == '\n' ? 1 : 0));
-        for (const std::string_view prefix : {"fectl: ", "warning: "})
+        for (const std::string_view prefix : {"fectl: ", "warning: "}) {
             text.erase(0, text.starts_with(prefix) ? prefix.size() : 0);
+        }
         lines.push_back(std::move(text));
     }
     free(line);
@@ -47,13 +48,15 @@ std::vector<std::string> complaint_lines(FILE *file) {
 // The page is made of what the replay prints as JSON.
 report::ServerLog replayed_log(const CaptureFiles &files, const ReplayOptions &options, report::Words &words) {
     const std::unique_ptr<FILE, CloseFile> complaints(tmpfile());
-    if (!complaints)
+    if (!complaints) {
         throw Failure(std::string("cannot make a temporary file: ") + strerror(errno));
+    }
     ReplayApart replay(files, options, fileno(complaints.get()));
     std::istringstream lines(replay.take());
     report::LogReader reader(words, files.name);
-    for (std::string line; replay.exit_code() == exit_ok && std::getline(lines, line);)
+    for (std::string line; replay.exit_code() == exit_ok && std::getline(lines, line);) {
         reader.take(nlohmann::json::parse(line));
+    }
     report::ServerLog log = reader.finish();
     log.warnings = complaint_lines(complaints.get());
     if (replay.exit_code() != exit_ok) {
@@ -66,32 +69,39 @@ report::ServerLog replayed_log(const CaptureFiles &files, const ReplayOptions &o
 report::ServerLog published_log(const std::string &folder, report::Words &words) {
     report::LogReader reader(words, folder);
     story::JsonLines lines;
-    for (const story::Fault &fault : read_published_table(folder))
+    for (const story::Fault &fault : read_published_table(folder)) {
         reader.take(nlohmann::json::parse(lines.fault(fault)));
+    }
     return reader.finish();
 }
 
 void check_captures(const std::vector<CaptureFiles> &captures, const std::string &output) {
     std::error_code ignored;
     for (const CaptureFiles &files : captures) {
-        if (files.sdr.empty() || files.sel.empty())
+        if (files.sdr.empty() || files.sel.empty()) {
             throw Refusal("report: both --sdr FILE and --sel FILE are needed; see fectl help report");
-        for (const std::string &input : files.paths())
-            if (std::filesystem::equivalent(input, output, ignored))
+        }
+        for (const std::string &input : files.paths()) {
+            if (std::filesystem::equivalent(input, output, ignored)) {
                 throw Refusal("-o " + output + ": that is an input, too");
+            }
+        }
     }
 }
 
 std::vector<report::ServerLog> read_logs(const ReportOptions &chosen, report::Words &words) {
     const std::vector<CaptureFiles> captures = chosen.replay.capture.captures();
-    if (captures.empty() == chosen.table.empty())
+    if (captures.empty() == chosen.table.empty()) {
         throw Refusal("report: captures or the folder of a table are needed; see fectl help report");
-    if (!chosen.table.empty())
+    }
+    if (!chosen.table.empty()) {
         return {published_log(chosen.table, words)};
+    }
     check_captures(captures, chosen.output);
     std::vector<report::ServerLog> logs;
-    for (const CaptureFiles &files : captures)
+    for (const CaptureFiles &files : captures) {
         logs.push_back(replayed_log(files, chosen.replay, words));
+    }
     return logs;
 }
 
@@ -104,29 +114,34 @@ void write_page(const std::string &path, const std::string &page) {
     const bool written =
         file != nullptr && fwrite(page.data(), 1, page.size(), file) == page.size() && fflush(file) == 0;
     const int reason = errno;
-    if (file != nullptr)
+    if (file != nullptr) {
         fclose(file);
-    if (!written)
+    }
+    if (!written) {
         throw Failure(path + ": cannot write: " + strerror(reason));
+    }
 }
 
 int make_report(const ReportOptions &chosen) {
     report::Words words;
     const std::vector<report::ServerLog> logs = read_logs(chosen, words);
-    if (logs.size() == 1 && !logs.front().failure.empty())
+    if (logs.size() == 1 && !logs.front().failure.empty()) {
         throw Refusal(logs.front().failure);
+    }
     write_page(chosen.output, report::make_page(logs, words));
     int code = exit_ok;
     for (const report::ServerLog &log : logs) {
-        for (const std::string &warning : log.warnings)
+        for (const std::string &warning : log.warnings) {
             warn(warning);
+        }
         if (!log.failure.empty()) {
             fprintf(stderr, "fectl: %s\n", log.failure.c_str());
             code = exit_refused;
         }
     }
-    if (chosen.output != "-")
+    if (chosen.output != "-") {
         printf("%s shows %zu %s\n", chosen.output.c_str(), logs.size(), logs.size() == 1 ? "server" : "servers");
+    }
     return code;
 }
 

@@ -15,10 +15,12 @@ constexpr int64_t silence = 400 * day; // nobody waits that long for a record: t
 constexpr int64_t gap_share = 50;      // a gap is this part of the axis, or all gaps together a quarter of it
 
 Jump jump_between(int64_t before, int64_t after) {
-    if (is_date(before) != is_date(after))
+    if (is_date(before) != is_date(after)) {
         return is_date(after) ? Jump::ahead : Jump::start;
-    if (after < before - jitter)
+    }
+    if (after < before - jitter) {
         return is_date(after) ? Jump::back : Jump::start;
+    }
     return after > before + silence ? Jump::ahead : Jump::none;
 }
 
@@ -29,8 +31,9 @@ struct Stay {
 
 Stay stay_at(std::vector<Era> &eras, const std::optional<int64_t> &time) {
     const int64_t second = time.value_or(eras.back().last);
-    if (const Jump jump = jump_between(eras.back().last, second); jump != Jump::none)
+    if (const Jump jump = jump_between(eras.back().last, second); jump != Jump::none) {
         eras.push_back({0, second, second, jump});
+    }
     Era &era = eras.back();
     era.last = std::max(era.last, second);
     return {eras.size() - 1, era.last};
@@ -39,8 +42,9 @@ Stay stay_at(std::vector<Era> &eras, const std::optional<int64_t> &time) {
 // Puts the eras one behind the other and returns where the last one ends.
 int64_t line_up(std::vector<Era> &eras) {
     int64_t running = 0;
-    for (const Era &era : eras)
+    for (const Era &era : eras) {
         running += era.last - era.first + 1;
+    }
     const int64_t shares = std::max(gap_share, 4 * static_cast<int64_t>(eras.size()));
     const int64_t gap = std::max<int64_t>(per_second, running * per_second / shares);
     int64_t place = 0;
@@ -59,12 +63,14 @@ std::vector<int64_t> places_of(const std::vector<Stay> &stays, const std::vector
     std::vector<int64_t> places;
     for (size_t first = 0, next; first < stays.size(); first = next) {
         next = first + 1;
-        while (next < stays.size() && same_second(stays[first], stays[next]))
+        while (next < stays.size() && same_second(stays[first], stays[next])) {
             ++next;
+        }
         const Era &era = eras[stays[first].era];
-        for (size_t at = first; at < next; ++at)
+        for (size_t at = first; at < next; ++at) {
             places.push_back(era.place + (stays[first].second - era.first) * per_second +
                              static_cast<int64_t>((at - first) * per_second / (next - first)));
+        }
     }
     return places;
 }
@@ -75,18 +81,22 @@ constexpr int64_t steps[] = {1,         2,         5,         15,        30,    
                              182 * day, 365 * day, 730 * day, 3650 * day};
 
 int64_t step_for(int64_t places, size_t at_most) {
-    for (const int64_t step : steps)
-        if (places <= step * per_second * static_cast<int64_t>(at_most))
+    for (const int64_t step : steps) {
+        if (places <= step * per_second * static_cast<int64_t>(at_most)) {
             return step;
+        }
+    }
     return std::end(steps)[-1];
 }
 
 std::string mark_text(int64_t time, int64_t step, int64_t before) {
     const std::string text = time_text(time);
-    if (!is_date(time))
+    if (!is_date(time)) {
         return text;
-    if (step >= day)
+    }
+    if (step >= day) {
         return text.substr(0, 10);
+    }
     const std::string clock = text.substr(11, step < 60 ? 8 : 5);
     return time / day == before / day ? clock : text.substr(5, 6) + clock;
 }
@@ -96,12 +106,14 @@ std::string mark_text(int64_t time, int64_t step, int64_t before) {
 Clock make_clock(std::span<const std::optional<int64_t>> times) {
     Clock clock{{}, std::vector<int64_t>(times.size()), per_second};
     const auto known = std::ranges::find_if(times, [](const auto &time) { return time.has_value(); });
-    if (known == times.end())
+    if (known == times.end()) {
         return clock;
+    }
     clock.eras.push_back({0, **known, **known, Jump::none});
     std::vector<Stay> stays;
-    for (const auto &time : times)
+    for (const auto &time : times) {
         stays.push_back(stay_at(clock.eras, time));
+    }
     clock.end = line_up(clock.eras);
     clock.places = places_of(stays, clock.eras);
     return clock;
@@ -112,8 +124,9 @@ bool is_date(int64_t time) {
 }
 
 std::string time_text(int64_t time) {
-    if (!is_date(time))
+    if (!is_date(time)) {
         return "start+" + std::to_string(time) + "s";
+    }
     const time_t seconds = time;
     tm date{};
     char text[32] = "";
@@ -130,8 +143,9 @@ std::string duration_text(int64_t seconds) {
     constexpr int64_t units[] = {day, 60 * 60, 60, 1};
     constexpr const char *words[] = {"d", "h", "min", "s"};
     size_t unit = 0;
-    while (unit + 1 < std::size(units) && seconds < units[unit])
+    while (unit + 1 < std::size(units) && seconds < units[unit]) {
         ++unit;
+    }
     const std::string text = std::to_string(seconds / units[unit]) + ' ' + words[unit];
     const int64_t rest = unit < 2 ? seconds % units[unit] / units[unit + 1] : 0;
     return rest == 0 ? text : text + ' ' + std::to_string(rest) + ' ' + words[unit + 1];
@@ -140,8 +154,9 @@ std::string duration_text(int64_t seconds) {
 std::optional<int64_t> parse_time(const std::string &text) {
     tm date{};
     const char *end = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%SZ", &date);
-    if (end == nullptr || *end != '\0')
+    if (end == nullptr || *end != '\0') {
         return std::nullopt;
+    }
     return timegm(&date);
 }
 
@@ -154,14 +169,16 @@ std::vector<Mark> axis_marks(const Clock &clock, size_t at_most) {
     const int64_t apart = clock.end / static_cast<int64_t>(at_most) / 2;
     std::vector<Mark> marks;
     int64_t before = 0;
-    for (const Era &era : clock.eras)
+    for (const Era &era : clock.eras) {
         for (int64_t time = (era.first + step - 1) / step * step; time <= era.last; time += step) {
             const int64_t place = era.place + (time - era.first) * per_second;
-            if (!marks.empty() && place < marks.back().place + apart)
+            if (!marks.empty() && place < marks.back().place + apart) {
                 continue;
+            }
             marks.push_back({place, mark_text(time, step, before)});
             before = time;
         }
+    }
     return marks;
 }
 

@@ -30,23 +30,26 @@ using Counts = std::array<size_t, severities>;
 
 Counts active_counts(const ServerLog &log) {
     Counts counts{};
-    for (const ActiveFault &fault : log.faults)
+    for (const ActiveFault &fault : log.faults) {
         ++counts[severities - 1 - static_cast<size_t>(fault.severity)];
+    }
     return counts;
 }
 
 size_t serious_events(const ServerLog &log) {
     size_t events = 0;
-    for (const RefusedGroup &group : log.refused)
+    for (const RefusedGroup &group : log.refused) {
         events += group.serious ? group.entries.size() : 0;
+    }
     return events;
 }
 
 data overview_line(const ServerLog &log, size_t number) {
     const bool healthy = log.faults.empty();
     std::string worst = log.failure.empty() ? "none" : "could not be read: " + log.failure;
-    if (!healthy)
+    if (!healthy) {
         worst = log.faults.front().part + ": " + log.faults.front().name + " (" + log.faults.front().sensor + ")";
+    }
     return object({{"number", std::to_string(number)},
                    {"name", log.name},
                    {"counts", counts_view(log)},
@@ -56,8 +59,9 @@ data overview_line(const ServerLog &log, size_t number) {
 }
 
 data overview(const std::vector<ServerLog> &logs) {
-    if (logs.size() == 1)
+    if (logs.size() == 1) {
         return false;
+    }
     size_t number = 0;
     return object({{"lines", list(logs, [&number](const ServerLog &log) { return overview_line(log, number++); })}});
 }
@@ -74,18 +78,20 @@ const char *letter_of(Severity severity) {
 
 data object(std::initializer_list<std::pair<const char *, data>> members) {
     data shown = data::type::object;
-    for (const auto &[name, value] : members)
+    for (const auto &[name, value] : members) {
         shown.set(name, value);
+    }
     return shown;
 }
 
 data counts_view(const ServerLog &log) {
     const Counts counts = active_counts(log);
     data shown = data::type::list;
-    for (size_t level = severities - 1; level > 0; --level)
+    for (size_t level = severities - 1; level > 0; --level) {
         shown.push_back(object({{"severity", severity_words[level]},
                                 {"letter", severity_letters[level]},
                                 {"count", std::to_string(counts[severities - 1 - level])}}));
+    }
     return shown;
 }
 
@@ -93,8 +99,9 @@ std::string make_page(std::vector<ServerLog> logs, const Words &words) {
     std::ranges::stable_sort(logs, std::greater(), active_counts);
     size_t number = 0;
     kainjow::mustache::mustache page(html_file);
-    if (!page.is_valid())
+    if (!page.is_valid()) {
         throw std::logic_error("report.html: " + page.error_message());
+    }
     return page.render(
         object({{"title", logs.size() == 1 ? logs.front().name : std::to_string(logs.size()) + " servers"},
                 {"version", FECTL_VERSION},

@@ -27,8 +27,9 @@ void add_entry(json &numbers, const Entry &entry, int64_t &place, const ServerLo
 
 int64_t time_at(const Clock &clock, int64_t place) {
     size_t era = clock.eras.size() - 1;
-    while (era > 0 && clock.eras[era].place > place)
+    while (era > 0 && clock.eras[era].place > place) {
         --era;
+    }
     return clock.eras[era].first + (place - clock.eras[era].place) / per_second;
 }
 
@@ -44,33 +45,40 @@ json entries_of(const std::vector<Entry> &entries, const ServerLog &log) {
 
 json lane_data(const Lane &lane, const std::string &part, const ServerLog &log) {
     json lives = json::array();
-    for (const Life &life : lane.lives)
+    for (const Life &life : lane.lives) {
         lives.push_back({life.name, life.track, static_cast<int>(life.end), entries_of(life.entries, log)});
+    }
     return {{"sensor", lane.sensor}, {"part", part}, {"tracks", lane.tracks}, {"lives", std::move(lives)}};
 }
 
 // Place and group of each, in the order of the places.
 json serious_data(const ServerLog &log) {
     std::vector<std::pair<int64_t, size_t>> marks;
-    for (size_t group = 0; group < log.refused.size() && log.refused[group].serious; ++group)
-        for (const Entry &entry : log.refused[group].entries)
+    for (size_t group = 0; group < log.refused.size() && log.refused[group].serious; ++group) {
+        for (const Entry &entry : log.refused[group].entries) {
             marks.emplace_back(log.clock.places[entry.line], group);
+        }
+    }
     std::ranges::sort(marks);
     return marks;
 }
 
 json server_data(const ServerLog &log) {
     json eras = json::array();
-    for (const Era &era : log.clock.eras)
+    for (const Era &era : log.clock.eras) {
         eras.push_back({era.place, era.first, era.last});
+    }
     json lanes = json::array();
-    for (const Part &part : log.parts)
-        for (const Lane &lane : part.lanes)
+    for (const Part &part : log.parts) {
+        for (const Lane &lane : part.lanes) {
             lanes.push_back(lane_data(lane, part.name, log));
+        }
+    }
     json refused = json::array();
-    for (const RefusedGroup &group : log.refused)
+    for (const RefusedGroup &group : log.refused) {
         refused.push_back(
             {{"source", group.source}, {"event", group.event}, {"numbers", entries_of(group.entries, log)}});
+    }
     return {{"eras", std::move(eras)},
             {"end", log.clock.end},
             {"lanes", std::move(lanes)},
@@ -82,14 +90,17 @@ json server_data(const ServerLog &log) {
 
 std::string page_data(const std::vector<ServerLog> &logs, const Words &words) {
     json data = {{"words", json::array()}, {"servers", json::array()}, {"steps", axis_steps()}};
-    for (const std::string *word : words.all())
+    for (const std::string *word : words.all()) {
         data["words"].push_back(*word);
-    for (const ServerLog &log : logs)
+    }
+    for (const ServerLog &log : logs) {
         data["servers"].push_back(server_data(log));
+    }
     std::string text = data.dump(-1, ' ', false, json::error_handler_t::replace);
     // A script element ends at the first "</script", wherever it stands.
-    for (size_t at = text.find('<'); at != std::string::npos; at = text.find('<', at))
+    for (size_t at = text.find('<'); at != std::string::npos; at = text.find('<', at)) {
         text.replace(at, 1, "\\u003c");
+    }
     return text;
 }
 

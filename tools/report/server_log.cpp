@@ -33,8 +33,9 @@ std::string source_of(const json &line) {
     constexpr int64_t bmc = 0x20;
     const int64_t generator = optional_number(line, "generator_id").value_or(bmc);
     char text[32] = "";
-    if (generator != bmc)
+    if (generator != bmc) {
         snprintf(text, sizeof text, " (generator 0x%02x)", static_cast<unsigned>(generator));
+    }
     return text_of(line, "sensor") + text;
 }
 
@@ -44,8 +45,9 @@ Severity last_severity(const Life &life) {
 
 size_t free_track(Lane &lane) {
     std::vector<bool> taken(lane.tracks);
-    for (const auto &[code, life] : lane.open)
+    for (const auto &[code, life] : lane.open) {
         taken[lane.lives[life].track] = true;
+    }
     const auto track = static_cast<size_t>(std::ranges::find(taken, false) - taken.begin());
     lane.tracks = std::max(lane.tracks, track + 1);
     return track;
@@ -54,8 +56,9 @@ size_t free_track(Lane &lane) {
 // A threshold fault changes its code with its level; then it is known by the one that it had.
 std::map<int64_t, size_t>::iterator open_life(Lane &lane, const json &line) {
     const auto found = lane.open.find(number_of(line, "table_code"));
-    if (found != lane.open.end())
+    if (found != lane.open.end()) {
         return found;
+    }
     const auto before = lane.open.find(number_of(line, "table_code_before"));
     return before == lane.open.end() && lane.open.size() == 1 ? lane.open.begin() : before;
 }
@@ -78,10 +81,11 @@ void change_life(Lane &lane, const json &line, const Entry &entry, size_t name) 
     Life &life = lane.lives[number];
     life.entries.push_back(entry);
     lane.open.erase(found);
-    if (change == "repeated")
+    if (change == "repeated") {
         lane.open[code] = number;
-    else
+    } else {
         life.end = change == "cleared" ? LifeEnd::cleared : LifeEnd::evicted;
+    }
 }
 
 void worst_first(auto &parts_or_lanes) {
@@ -97,22 +101,25 @@ Severity severity_of(const std::string &word) {
 
 Severity worst_active(const Lane &lane) {
     Severity worst = Severity::cleared;
-    for (const auto &[code, life] : lane.open)
+    for (const auto &[code, life] : lane.open) {
         worst = std::max(worst, last_severity(lane.lives[life]));
+    }
     return worst;
 }
 
 Severity worst_active(const Part &part) {
     Severity worst = Severity::cleared;
-    for (const Lane &lane : part.lanes)
+    for (const Lane &lane : part.lanes) {
         worst = std::max(worst, worst_active(lane));
+    }
     return worst;
 }
 
 size_t Words::number(const std::string &text) {
     const auto [place, is_new] = numbers_.try_emplace(text, texts_.size());
-    if (is_new)
+    if (is_new) {
         texts_.push_back(&place->first);
+    }
     return place->second;
 }
 
@@ -122,14 +129,15 @@ LogReader::LogReader(Words &words, std::string name) : words_(words) {
 
 void LogReader::take(const json &line) {
     const std::string type = line.at("type");
-    if (type == "change")
+    if (type == "change") {
         take_change(line);
-    else if (type == "refused")
+    } else if (type == "refused") {
         take_refused(line);
-    else if (type == "fault")
+    } else if (type == "fault") {
         take_fault(line);
-    else if (type == "summary")
+    } else if (type == "summary") {
         log_.summary = line;
+    }
 }
 
 Entry LogReader::next_entry(const json &line) {
@@ -144,13 +152,15 @@ Lane &LogReader::lane_of(const json &line) {
     const int64_t instance = number_of(line, "entity_instance");
     const std::string sensor = text_of(line, "sensor");
     const auto [part, part_is_new] = parts_.try_emplace({id, instance}, log_.parts.size());
-    if (part_is_new)
+    if (part_is_new) {
         log_.parts.push_back({text_of(line, "entity"), {}});
+    }
     std::vector<Lane> &lanes = log_.parts[part->second].lanes;
     const auto [lane, is_new] =
         lanes_.try_emplace({id, instance, number_of(line, "sensor_number"), sensor}, lanes.size());
-    if (is_new)
+    if (is_new) {
         lanes.push_back({sensor, {}, {}, 1});
+    }
     return lanes[lane->second];
 }
 
@@ -163,8 +173,9 @@ void LogReader::take_refused(const json &line) {
         line.value("serious", false), text_of(line, "reason"), source_of(line), text_of(line, "event"), {}};
     const auto [found, is_new] =
         groups_.try_emplace({group.serious, group.reason, group.source, group.event}, log_.refused.size());
-    if (is_new)
+    if (is_new) {
         log_.refused.push_back(std::move(group));
+    }
     log_.refused[found->second].entries.push_back(next_entry(line));
 }
 
@@ -194,22 +205,27 @@ void LogReader::show_faults_alone() {
         line["time"] = line["last_time"];
     }
     std::ranges::stable_sort(fault_lines_, {}, [](const json &line) { return time_of(line, "time"); });
-    for (const json &line : fault_lines_)
+    for (const json &line : fault_lines_) {
         take_change(line);
-    for (ActiveFault &fault : log_.faults)
+    }
+    for (ActiveFault &fault : log_.faults) {
         fault.first = fault.last;
-    if (!fault_lines_.empty())
+    }
+    if (!fault_lines_.empty()) {
         log_.warnings.emplace_back(
             "A table has the time of each fault's last event alone: it may be there for longer.");
+    }
 }
 
 ServerLog LogReader::finish() {
-    if (log_.times.empty())
+    if (log_.times.empty()) {
         show_faults_alone();
+    }
     log_.clock = make_clock(log_.times);
     worst_first(log_.parts);
-    for (Part &part : log_.parts)
+    for (Part &part : log_.parts) {
         worst_first(part.lanes);
+    }
     std::ranges::stable_sort(log_.refused, std::greater(),
                              [](const RefusedGroup &group) { return std::pair(group.serious, group.entries.size()); });
     std::ranges::stable_sort(log_.faults, std::greater(),

@@ -14,8 +14,9 @@ constexpr size_t records_named = 12;
 
 std::string number_text(uint64_t number) {
     std::string text = std::to_string(number);
-    for (size_t at = text.size(); at > 3; at -= 3)
+    for (size_t at = text.size(); at > 3; at -= 3) {
         text.insert(at - 3, 1, ',');
+    }
     return text;
 }
 
@@ -33,28 +34,32 @@ data with_severity(data &&view, Severity severity) {
 
 std::string span_text(const ServerLog &log) {
     const std::vector<Era> &eras = log.clock.eras;
-    if (eras.empty())
+    if (eras.empty()) {
         return log.summary.value("records", 0) == 0 ? "The log is empty." : "No record has a time.";
+    }
     std::string text = time_text(eras.front().first) + " to " + time_text(eras.back().last) + " UTC";
     return eras.size() > 1 ? text : text + ", " + duration_text(eras.back().last - eras.front().first);
 }
 
 std::string records_text(const nlohmann::json &summary) {
     constexpr const char *keys[] = {"processed", "ignored", "refused", "created", "repeated", "cleared", "evicted"};
-    if (!summary.contains("records"))
+    if (!summary.contains("records")) {
         return "";
+    }
     std::string text = counted(summary.value("records", uint64_t{0}), "record") + " in the log";
-    for (const char *key : keys)
+    for (const char *key : keys) {
         text += std::string(key == keys[3]   ? "; faults: "
                             : key == keys[0] ? ": "
                                              : ", ") +
                 number_text(summary.value(key, uint64_t{0})) + ' ' + key;
+    }
     return text;
 }
 
 std::string state_text(const ActiveFault &fault, const ServerLog &log) {
-    if (!fault.first || log.clock.eras.empty())
+    if (!fault.first || log.clock.eras.empty()) {
         return "";
+    }
     const int64_t end = log.clock.eras.back().last;
     return is_date(*fault.first) && end > *fault.first
                ? std::string(", ") + duration_text(end - *fault.first) + " before the log's end"
@@ -62,8 +67,9 @@ std::string state_text(const ActiveFault &fault, const ServerLog &log) {
 }
 
 data worst_view(const ServerLog &log) {
-    if (log.faults.empty())
+    if (log.faults.empty()) {
         return false;
+    }
     const ActiveFault &fault = log.faults.front();
     const bool has_words = !fault.event.empty() && fault.event != fault.name;
     const std::string what = has_words ? fault.name + ", " + fault.event : fault.name;
@@ -79,31 +85,39 @@ data worst_view(const ServerLog &log) {
 std::optional<int64_t> since(const Part &part, const ServerLog &log) {
     const Severity worst = worst_active(part);
     const Entry *first = nullptr;
-    for (const Lane &lane : part.lanes)
+    for (const Lane &lane : part.lanes) {
         for (const auto &[code, number] : lane.open) {
             const Life &life = lane.lives[number];
-            if (life.entries.back().severity == worst && (first == nullptr || life.entries.front().line < first->line))
+            if (life.entries.back().severity == worst &&
+                (first == nullptr || life.entries.front().line < first->line)) {
                 first = &life.entries.front();
+            }
         }
+    }
     return first == nullptr ? std::nullopt : log.times[first->line];
 }
 
 // Other parts that are as badly off as the worst one.
 data others_view(const ServerLog &log) {
     data parts = data::type::list;
-    if (log.faults.empty())
+    if (log.faults.empty()) {
         return parts;
+    }
     const Severity worst = log.faults.front().severity;
     size_t left_out = 0;
-    for (const Part &part : log.parts)
-        if (worst_active(part) != worst || part.name == log.faults.front().part)
+    for (const Part &part : log.parts) {
+        if (worst_active(part) != worst || part.name == log.faults.front().part) {
             continue;
-        else if (parts.list_value().size() == parts_named)
+        }
+        if (parts.list_value().size() == parts_named) {
             ++left_out;
-        else
+        } else {
             parts.push_back(object({{"part", part.name}, {"since", time_text(since(part, log))}}));
-    if (parts.is_empty_list())
+        }
+    }
+    if (parts.is_empty_list()) {
         return parts;
+    }
     const std::string more = left_out == 0 ? "" : std::string("and ") + counted(left_out, "more part");
     return with_severity(object({{"parts", parts}, {"more", more}}), worst);
 }
@@ -131,8 +145,9 @@ data flags_view(const ServerLog &log) {
 
 std::string lane_title(const Lane &lane) {
     std::string text = lane.sensor + ": " + counted(lane.lives.size(), "fault");
-    if (!lane.open.empty())
+    if (!lane.open.empty()) {
         text += ", " + std::to_string(lane.open.size()) + " active, " + word_of(worst_active(lane));
+    }
     return text;
 }
 
@@ -173,16 +188,19 @@ data fault_view(const ActiveFault &fault) {
 }
 
 std::string reason_text(const std::string &key) {
-    for (size_t at = 0; at < story::reasons; ++at)
-        if (const auto reason = static_cast<story::Reason>(at); key == story::reason_key(reason))
+    for (size_t at = 0; at < story::reasons; ++at) {
+        if (const auto reason = static_cast<story::Reason>(at); key == story::reason_key(reason)) {
             return story::reason_words(reason);
+        }
+    }
     return key;
 }
 
 std::string record_ids(const std::vector<Entry> &entries) {
     std::string text;
-    for (size_t at = 0; at < std::min(entries.size(), records_named); ++at)
+    for (size_t at = 0; at < std::min(entries.size(), records_named); ++at) {
         text += (at == 0 ? "" : ", ") + std::to_string(entries[at].record.value_or(0));
+    }
     return entries.size() <= records_named ? text
                                            : text + " and " + number_text(entries.size() - records_named) + " more";
 }

@@ -39,8 +39,9 @@ void add_level(std::vector<Level> &levels, Level level, int64_t least) {
         levels.back().to = std::max(levels.back().to, level.to);
         return;
     }
-    if (!levels.empty())
+    if (!levels.empty()) {
         levels.back().to = std::min(levels.back().to, free);
+    }
     levels.push_back({free, std::max(level.to, free + least), level.severity});
 }
 
@@ -66,8 +67,9 @@ std::vector<int64_t> ticks_of(const Life &life, const Clock &clock) {
     for (size_t at = 1; at < last; ++at) {
         const int64_t place = clock.places[life.entries[at].line];
         if (life.entries[at].severity == life.entries[at - 1].severity &&
-            (ticks.empty() || place >= ticks.back() + 3 * grain(clock)))
+            (ticks.empty() || place >= ticks.back() + 3 * grain(clock))) {
             ticks.push_back(place);
+        }
     }
     return ticks;
 }
@@ -84,8 +86,9 @@ const char *end_word(LifeEnd end) {
 std::string life_title(const Life &life, const ServerLog &log, const Words &words) {
     std::string title = words.text(life.name) + ", " + severity_words[static_cast<size_t>(worst_of(life))] +
                         ", raised " + time_text(log.times[life.entries.front().line]) + ", " + end_word(life.end);
-    if (life.end != LifeEnd::active)
+    if (life.end != LifeEnd::active) {
         title += time_text(log.times[life.entries.back().line]);
+    }
     return title + ", " + std::to_string(life.entries.size()) + (life.entries.size() == 1 ? " record" : " records");
 }
 
@@ -101,19 +104,23 @@ std::string box(int64_t from, double wide, size_t track, int height, const Clock
 using Paths = std::array<std::string, severities + 1>;
 
 void add_paths(Paths &paths, const Life &life, const Clock &clock) {
-    for (const Level &level : levels_of(life, clock))
+    for (const Level &level : levels_of(life, clock)) {
         paths[static_cast<size_t>(level.severity)] +=
             box(level.from, units(level.to - level.from, clock), life.track, bar_height(level.severity), clock);
-    for (const int64_t tick : ticks_of(life, clock))
+    }
+    for (const int64_t tick : ticks_of(life, clock)) {
         paths[severities] += box(tick, 1.2, life.track, track_height, clock);
+    }
 }
 
 std::string shapes_of(const Paths &paths) {
     std::string shapes;
-    for (size_t at = 0; at < paths.size(); ++at)
-        if (!paths[at].empty())
+    for (size_t at = 0; at < paths.size(); ++at) {
+        if (!paths[at].empty()) {
             shapes += "<path class=\"" + std::string(at < severities ? severity_words[at] : "tick") + "\" d=\"" +
                       paths[at] + "\"/>";
+        }
+    }
     return shapes;
 }
 
@@ -147,8 +154,9 @@ std::vector<Bar> lane_bars(const Lane &lane, const ServerLog &log, const Words &
     for (const Life &life : lane.lives) {
         auto &[reaches, last] = drawn[life.track];
         const bool hidden = life_end(life, log.clock) <= reaches;
-        if (!hidden && (drawings.empty() || !crowded))
+        if (!hidden && (drawings.empty() || !crowded)) {
             drawings.push_back({0, &life, {}});
+        }
         if (!hidden) {
             last = drawings.size() - 1;
             reaches = log.clock.places[life.entries.front().line] + grain(log.clock);
@@ -157,8 +165,9 @@ std::vector<Bar> lane_bars(const Lane &lane, const ServerLog &log, const Words &
         ++drawings[last].faults;
     }
     std::vector<Bar> bars;
-    for (const Drawing &drawing : drawings)
+    for (const Drawing &drawing : drawings) {
         bars.push_back({drawing.faults, drawing_title(drawing, log, words), shapes_of(drawing.paths)});
+    }
     return bars;
 }
 
@@ -181,20 +190,27 @@ std::vector<Gap> clock_gaps(const Clock &clock) {
 
 std::vector<Flag> serious_flags(const ServerLog &log) {
     std::vector<std::pair<int64_t, const RefusedGroup *>> events;
-    for (const RefusedGroup &group : log.refused)
-        for (const Entry &entry : group.entries)
-            if (group.serious)
+    for (const RefusedGroup &group : log.refused) {
+        for (const Entry &entry : group.entries) {
+            if (group.serious) {
                 events.emplace_back(log.clock.places[entry.line], &group);
+            }
+        }
+    }
     std::ranges::sort(events);
     std::vector<Flag> flags;
-    for (const auto &[place, group] : events)
-        if (!flags.empty() && place < flags.back().place + 8 * grain(log.clock))
+    for (const auto &[place, group] : events) {
+        if (!flags.empty() && place < flags.back().place + 8 * grain(log.clock)) {
             ++flags.back().events;
-        else
+        } else {
             flags.push_back({place, 1, group->source + ": " + group->event});
-    for (Flag &flag : flags)
-        if (flag.events > 1)
+        }
+    }
+    for (Flag &flag : flags) {
+        if (flag.events > 1) {
             flag.title += " and " + std::to_string(flag.events - 1) + " more";
+        }
+    }
     return flags;
 }
 

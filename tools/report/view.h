@@ -17,8 +17,9 @@ data object(std::initializer_list<std::pair<const char *, data>> members);
 template <class Range, class View>
 data list(const Range &range, View view) {
     data shown = data::type::list;
-    for (const auto &one : range)
+    for (const auto &one : range) {
         shown.push_back(view(one));
+    }
     return shown;
 }
 
