@@ -12,7 +12,8 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     try {
         const auto records = ipmi_access::parse_sel_dump({data, size}, "dump", warnings);
         require((records.size() + warnings.size()) * sizeof(sel_record) == size, "all of the dump is told of");
-        require(!warnings.empty() || size == 0 || memcmp(records.data(), data, size) == 0, "the records are those of the dump");
+        require(!warnings.empty() || size == 0 || memcmp(records.data(), data, size) == 0,
+                "the records are those of the dump");
     } catch (const ipmi_access::CaptureError &) {
     }
     try {

@@ -13,10 +13,11 @@ template <size_t size>
 void write_time_text(char (&text)[size], uint32_t timestamp) {
     const time_t seconds = static_cast<time_t>(timestamp);
     tm date{};
-    if (timestamp == sel_time_unspecified)
+    if (timestamp == sel_time_unspecified) {
         snprintf(text, size, "time unknown");
-    else if (timestamp < sel_time_first_date)
+    } else if (timestamp < sel_time_first_date) {
         snprintf(text, size, "start+%us", timestamp);
-    else if (gmtime_r(&seconds, &date) == nullptr || strftime(text, size, "%Y-%m-%d %H:%M:%S", &date) == 0)
+    } else if (gmtime_r(&seconds, &date) == nullptr || strftime(text, size, "%Y-%m-%d %H:%M:%S", &date) == 0) {
         text[0] = '\0';
+    }
 }

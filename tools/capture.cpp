@@ -24,21 +24,26 @@ Bytes read_file(const std::string &path) {
 
 Sensors load_sensors(const std::string &path, Warnings &warnings) {
     const Bytes bytes = read_file(path);
-    if (bytes.empty())
+    if (bytes.empty()) {
         throw CaptureError(path + ": the file is empty");
-    if (looks_like_sel(bytes))
+    }
+    if (looks_like_sel(bytes)) {
         throw CaptureError(path + ": this is an event log (SEL), not sensor data records (SDR); are they swapped?");
-    if (looks_like_text(bytes))
+    }
+    if (looks_like_text(bytes)) {
         throw CaptureError(path + ": this is text; what \"ipmitool sdr dump\" writes belongs here");
+    }
     return parse_sdr_dump(bytes, path, warnings);
 }
 
 std::vector<sel_record> load_log(const std::string &path, Warnings &warnings) {
     const Bytes bytes = read_file(path);
-    if (looks_like_sdr(bytes))
+    if (looks_like_sdr(bytes)) {
         throw CaptureError(path + ": these are sensor data records (SDR), not an event log (SEL); are they swapped?");
-    if (looks_like_text(bytes))
+    }
+    if (looks_like_text(bytes)) {
         throw CaptureError(path + ": this is text; what \"ipmitool sel writeraw\" writes belongs here");
+    }
     return parse_sel_dump(bytes, path, warnings);
 }
 
@@ -59,29 +64,34 @@ void warn_of_times(const std::vector<sel_record> &records, const std::string &pa
     size_t falls = 0;
     for (const sel_record &bytes : records) {
         const story::Record record = story::read_record(bytes);
-        if (!is_dated(record))
+        if (!is_dated(record)) {
             continue;
-        if (*record.time < last && falls++ < said)
+        }
+        if (*record.time < last && falls++ < said) {
             warnings.push_back(path + ": " + named(record) + ": the time falls back by " +
                                std::to_string(last - *record.time) + " s; --order time sorts");
+        }
         last = *record.time;
     }
-    if (falls > said)
+    if (falls > said) {
         warnings.push_back(path + ": the time falls back " + std::to_string(falls - said) + " times more");
+    }
 }
 
 // Records without a date keep their place.
 void sort_by_time(std::vector<sel_record> &records) {
     std::vector<size_t> places;
     std::vector<sel_record> dated;
-    for (size_t place = 0; place < records.size(); place++)
+    for (size_t place = 0; place < records.size(); place++) {
         if (is_dated(story::read_record(records[place]))) {
             places.push_back(place);
             dated.push_back(records[place]);
         }
+    }
     std::ranges::stable_sort(dated, {}, [](const sel_record &record) { return *story::read_record(record).time; });
-    for (size_t i = 0; i < places.size(); i++)
+    for (size_t i = 0; i < places.size(); i++) {
         records[places[i]] = dated[i];
+    }
 }
 
 // Sensors of another machine.
@@ -93,9 +103,10 @@ void warn_of_strangers(const Capture &capture, const CaptureFiles &files, Warnin
         events += story::is_system_event(record);
         strange += story::is_system_event(record) && (!sensor || sensor->sensor_type != record.event.sensor_type);
     }
-    if (strange * 2 > events)
+    if (strange * 2 > events) {
         warnings.push_back(files.sdr + ": most records of " + files.sel + " (" + std::to_string(strange) + " of " +
                            std::to_string(events) + ") are of sensors that it does not describe; is it this server's?");
+    }
 }
 
 std::string text_of(const std::string &path) {
@@ -117,16 +128,19 @@ LoadedCapture load_capture(const CaptureFiles &files) {
     capture.sensors = load_sensors(files.sdr, loaded.warnings);
     if (!files.sel.empty()) {
         capture.records = load_log(files.sel, loaded.warnings);
-        if (files.order_by_time)
+        if (files.order_by_time) {
             sort_by_time(capture.records);
-        else
+        } else {
             warn_of_times(capture.records, files.sel, loaded.warnings);
+        }
         warn_of_strangers(capture, files, loaded.warnings);
     }
-    if (!files.sensors.empty())
+    if (!files.sensors.empty()) {
         capture.readings = parse_sensor_list(text_of(files.sensors), files.sensors, capture.sensors, loaded.warnings);
-    if (!files.readings.empty())
+    }
+    if (!files.readings.empty()) {
         capture.readings = parse_readings(text_of(files.readings), files.readings);
+    }
     return loaded;
 }
 

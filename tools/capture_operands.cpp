@@ -24,12 +24,16 @@ constexpr Kind kinds[] = {{".sdr", &CaptureFiles::sdr},
 
 // The kind by the file's name, and the name without it; null for another name.
 std::pair<const Kind *, std::string> take_apart(std::string path) {
-    for (const char *packed : {".gz", ".xz"})
-        if (path.ends_with(packed))
+    for (const char *packed : {".gz", ".xz"}) {
+        if (path.ends_with(packed)) {
             path.resize(path.size() - strlen(packed));
-    for (const Kind &kind : kinds)
-        if (path.ends_with(kind.suffix))
+        }
+    }
+    for (const Kind &kind : kinds) {
+        if (path.ends_with(kind.suffix)) {
             return {&kind, path.substr(0, path.size() - strlen(kind.suffix))};
+        }
+    }
     return {nullptr, path};
 }
 
@@ -37,24 +41,29 @@ using Groups = std::map<std::string, CaptureFiles>; // by path without suffix
 
 void add_file(Groups &groups, const std::string &path) {
     const auto [kind, name] = take_apart(path);
-    if (kind == nullptr)
+    if (kind == nullptr) {
         return;
+    }
     CaptureFiles &files = groups[name];
     files.name = fs::path(name).filename();
-    if (!(files.*kind->file).empty())
+    if (!(files.*kind->file).empty()) {
         throw Refusal(path + ": there is " + files.*kind->file + ", too");
+    }
     files.*kind->file = path;
 }
 
 // One server's files under two names.
 void join_two(Groups &groups) {
-    if (groups.size() != 2)
+    if (groups.size() != 2) {
         return;
+    }
     CaptureFiles &first = groups.begin()->second, &second = groups.rbegin()->second;
-    if (first.sdr.empty())
+    if (first.sdr.empty()) {
         std::swap(first, second);
-    if (!first.sel.empty() || first.sdr.empty() || second.sel.empty() || !second.sdr.empty())
+    }
+    if (!first.sel.empty() || first.sdr.empty() || second.sel.empty() || !second.sdr.empty()) {
         return;
+    }
     first.sel = second.sel;
     Groups joined = {{"", first}};
     groups = std::move(joined);
@@ -62,27 +71,34 @@ void join_two(Groups &groups) {
 
 // The file of that kind beside the others of its name, if there is one.
 void find_beside(const std::string &name, const Kind &kind, CaptureFiles &files) {
-    for (const char *packed : {"", ".gz", ".xz"})
-        if (const std::string path = name + kind.suffix + packed; (files.*kind.file).empty() && fs::exists(path))
+    for (const char *packed : {"", ".gz", ".xz"}) {
+        if (const std::string path = name + kind.suffix + packed; (files.*kind.file).empty() && fs::exists(path)) {
             files.*kind.file = path;
+        }
+    }
 }
 
 // Says what is missing, or nothing.
 std::string complete(const std::string &name, CaptureFiles &files) {
-    for (const Kind &kind : kinds)
-        if (!name.empty())
+    for (const Kind &kind : kinds) {
+        if (!name.empty()) {
             find_beside(name, kind, files);
-    for (const Kind &kind : {kinds[0], kinds[1]})
-        if ((files.*kind.file).empty())
+        }
+    }
+    for (const Kind &kind : {kinds[0], kinds[1]}) {
+        if ((files.*kind.file).empty()) {
             return files.paths().front() + ": there is no " + name + kind.suffix + " beside it";
+        }
+    }
     return "";
 }
 
 std::vector<CaptureFiles> whole(Groups groups) {
     std::vector<CaptureFiles> captures;
     for (auto &[name, files] : groups) {
-        if (const std::string missing = complete(name, files); !missing.empty())
+        if (const std::string missing = complete(name, files); !missing.empty()) {
             throw Refusal(missing);
+        }
         captures.push_back(files);
     }
     return captures;
@@ -90,17 +106,20 @@ std::vector<CaptureFiles> whole(Groups groups) {
 
 std::vector<CaptureFiles> in_folder(const std::string &folder) {
     Groups groups;
-    for (const auto &entry : fs::directory_iterator(folder))
+    for (const auto &entry : fs::directory_iterator(folder)) {
         add_file(groups, entry.path());
+    }
     std::vector<CaptureFiles> captures;
     for (auto &[name, files] : groups) {
-        if (const std::string missing = complete(name, files); !missing.empty())
+        if (const std::string missing = complete(name, files); !missing.empty()) {
             warn(missing);
-        else
+        } else {
             captures.push_back(files);
+        }
     }
-    if (captures.empty())
+    if (captures.empty()) {
         throw Refusal(folder + ": there are no captures (NAME.sdr and NAME.sel)");
+    }
     return captures;
 }
 
@@ -129,8 +148,9 @@ std::vector<CaptureFiles> CaptureOptions::captures() const {
         given.sel = loose[1];
     } else {
         for (const std::string &path : loose) {
-            if (take_apart(path).first == nullptr)
+            if (take_apart(path).first == nullptr) {
                 throw Refusal(path + ": is this an SDR or a SEL? Call it NAME.sdr or NAME.sel, or use --sdr and --sel");
+            }
             add_file(groups, path);
         }
         join_two(groups);
@@ -141,9 +161,10 @@ std::vector<CaptureFiles> CaptureOptions::captures() const {
         all.push_back(given);
     }
     const bool have_states = !files.readings.empty() || !files.sensors.empty();
-    if (have_states && all.size() > 1)
+    if (have_states && all.size() > 1) {
         throw Refusal("--readings and --sensors are one server's, and there are " + std::to_string(all.size()) +
                       " captures; NAME.sensors beside NAME.sel is found");
+    }
     for (CaptureFiles &capture : all) {
         capture.order_by_time = order == "time";
         if (have_states) {

@@ -26,10 +26,12 @@ constexpr SeverityWord severity_words[] = {
 };
 
 std::string check_directory(const std::string &path) {
-    if (!std::filesystem::is_directory(path))
+    if (!std::filesystem::is_directory(path)) {
         throw Refusal(path + ": not a directory");
-    if (access(path.c_str(), X_OK) != 0)
+    }
+    if (access(path.c_str(), X_OK) != 0) {
         throw Refusal(path + ": " + strerror(errno));
+    }
     return path;
 }
 
@@ -41,27 +43,31 @@ int64_t parse_number(const std::string &name, const std::string &text, int64_t l
     const char *end = text.c_str() + text.size();
     int64_t value = 0;
     const auto [stopped, error] = std::from_chars(digits, end, value, hexadecimal ? 16 : 10);
-    if (stopped != end || stopped == digits || error != std::errc() || value < least || value > most)
+    if (stopped != end || stopped == digits || error != std::errc() || value < least || value > most) {
         throw Refusal(name + ": '" + text + "' is not a number from " + std::to_string(least) + " to " +
                       std::to_string(most));
+    }
     return value;
 }
 
 int32_t parse_severity(const std::string &name, const std::string &text) {
     const auto *known = std::ranges::find(severity_words, text, &SeverityWord::word);
-    if (known != std::end(severity_words))
+    if (known != std::end(severity_words)) {
         return known->severity;
-    if (text.empty() || isalpha(static_cast<unsigned char>(text[0])) != 0)
+    }
+    if (text.empty() || isalpha(static_cast<unsigned char>(text[0])) != 0) {
         throw Refusal(name + ": '" + text +
                       "' is no severity; there are cleared, info, warning, minor, major and critical");
+    }
     return static_cast<int32_t>(parse_number(name, text, INT32_MIN, INT32_MAX));
 }
 
 CLI::Validator one_of(std::vector<std::string> words) {
     const auto check = [words = std::move(words)](const std::string &text) {
         std::string known;
-        for (const std::string &word : words)
+        for (const std::string &word : words) {
             known += (known.empty() ? "" : word == words.back() ? " or " : ", ") + word;
+        }
         return std::ranges::find(words, text) != words.end() ? "" : "'" + text + "' is not one of " + known;
     };
     return CLI::Validator(check, "");

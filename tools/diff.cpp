@@ -37,8 +37,9 @@ void add_fault(Faults &faults, const std::string &line) {
 Faults faults_of_table(const std::string &folder) {
     Faults faults;
     story::JsonLines lines;
-    for (const story::Fault &fault : read_published_table(folder))
+    for (const story::Fault &fault : read_published_table(folder)) {
         add_fault(faults, lines.fault(fault));
+    }
     return faults;
 }
 
@@ -56,16 +57,20 @@ Faults faults_of_capture(const std::string &path, const DiffOptions &options) {
         captures[0].sdr = options.sdr;
         captures[0].sel = path;
     }
-    if (captures.size() != 1)
+    if (captures.size() != 1) {
         throw Refusal(path + ": one capture is compared with one, and there are " + std::to_string(captures.size()));
+    }
     ReplayApart apart(captures[0], replay);
     std::istringstream lines(apart.take());
-    if (apart.exit_code() != exit_ok)
+    if (apart.exit_code() != exit_ok) {
         throw Refusal(path + ": cannot be replayed");
+    }
     Faults faults;
-    for (std::string line; std::getline(lines, line);)
-        if (line.starts_with("{\"type\":\"fault\""))
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("{\"type\":\"fault\"")) {
             add_fault(faults, line);
+        }
+    }
     return faults;
 }
 
@@ -83,21 +88,26 @@ std::vector<Json> differences(const Faults &before, const Faults &after) {
     std::vector<Json> found;
     const auto add = [&found](const char *word, const Json &fault, const Json &severity_before) {
         Json difference = {{"type", "difference"}, {"difference", word}, {"severity_before", severity_before}};
-        for (const auto &[key, value] : fault.items())
-            if (key != "type")
+        for (const auto &[key, value] : fault.items()) {
+            if (key != "type") {
                 difference[key] = value;
+            }
+        }
         found.push_back(std::move(difference));
     };
     for (const auto &[key, fault] : after) {
         const auto old = before.find(key);
-        if (old == before.end())
+        if (old == before.end()) {
             add("new", fault, nullptr);
-        else if (const int32_t was = severity_of(old->second); was != severity_of(fault))
+        } else if (const int32_t was = severity_of(old->second); was != severity_of(fault)) {
             add(severity_of(fault) > was ? "worse" : "better", fault, old->second["severity"]);
+        }
     }
-    for (const auto &[key, fault] : before)
-        if (!after.contains(key))
+    for (const auto &[key, fault] : before) {
+        if (!after.contains(key)) {
             add("gone", fault, fault["severity"]);
+        }
+    }
     constexpr std::string_view order[] = {"new", "worse", "better", "gone"};
     std::ranges::stable_sort(found, {}, [&order](const Json &difference) {
         const auto *word = std::ranges::find(order, difference["difference"].get<std::string>());
@@ -107,7 +117,12 @@ std::vector<Json> differences(const Faults &before, const Faults &after) {
 }
 
 void print_text(const std::vector<Json> &found, size_t unchanged, size_t line_width) {
-    TextTable table({{"CHANGE", 6}, {"BEFORE", 8}, {"SEVERITY", 8}, {"SENSOR", 6}, {"ENTITY", 6}, {"FAULT", 5, false, 1},
+    TextTable table({{"CHANGE", 6},
+                     {"BEFORE", 8},
+                     {"SEVERITY", 8},
+                     {"SENSOR", 6},
+                     {"ENTITY", 6},
+                     {"FAULT", 5, false, 1},
                      {"EVENT", 5}},
                     line_width);
     std::vector<Cells> lines;
@@ -119,19 +134,23 @@ void print_text(const std::vector<Json> &found, size_t unchanged, size_t line_wi
                          one["event"]});
         table.fit(lines.back());
     }
-    if (!lines.empty())
+    if (!lines.empty()) {
         table.print_head(stdout);
-    for (const Cells &line : lines)
+    }
+    for (const Cells &line : lines) {
         table.print(stdout, line, line.size(), "");
+    }
     printf("%s%zu new, gone, worse or better; %zu as before\n", lines.empty() ? "" : "\n", found.size(), unchanged);
 }
 
 void print_csv(const std::vector<Json> &found) {
     constexpr const char *keys[] = {"difference", "severity_before", "severity", "sensor", "entity", "event", "name"};
     puts("difference,severity_before,severity,sensor,entity,event,name");
-    for (const Json &one : found)
-        for (const char *key : keys)
+    for (const Json &one : found) {
+        for (const char *key : keys) {
             printf("%s%c", one[key].is_null() ? "" : one[key].dump().c_str(), key == std::string("name") ? '\n' : ',');
+        }
+    }
 }
 
 int diff(const DiffOptions &chosen) {
@@ -139,13 +158,15 @@ int diff(const DiffOptions &chosen) {
     const Faults after = faults_of(chosen.after, chosen);
     const std::vector<Json> found = differences(before, after);
     const auto gone = std::ranges::count(found, "gone", [](const Json &one) { return one["difference"]; });
-    if (chosen.view.format == "csv")
+    if (chosen.view.format == "csv") {
         print_csv(found);
-    else if (chosen.view.format == "json")
-        for (const Json &one : found)
+    } else if (chosen.view.format == "json") {
+        for (const Json &one : found) {
             puts(one.dump().c_str());
-    else
+        }
+    } else {
         print_text(found, after.size() - (found.size() - static_cast<size_t>(gone)), chosen.view.line_width());
+    }
     const bool bad = chosen.view.fail_on && std::ranges::any_of(found, [&](const Json &one) {
                          const bool grew = one["difference"] == "new" || one["difference"] == "worse";
                          return grew && severity_of(one) >= *chosen.view.fail_on;

@@ -18,8 +18,9 @@ namespace {
 
 FILE *open_log(const std::string &path) {
     FILE *log = path.empty() ? nullptr : fopen(path.c_str(), "w");
-    if (log == nullptr && !path.empty())
+    if (log == nullptr && !path.empty()) {
         throw Refusal(path + ": cannot write: " + strerror(errno));
+    }
     return log;
 }
 
@@ -68,11 +69,12 @@ bool EngineSession::files_are_good() const {
         fprintf(stderr, "fectl: %s: cannot write: %s\n", log_path_.c_str(), strerror(errno));
         good = false;
     }
-    for (const std::string &failure : {table_file_failure(), table_write_failure()})
+    for (const std::string &failure : {table_file_failure(), table_write_failure()}) {
         if (!failure.empty()) {
             fprintf(stderr, "fectl: the table files are not current: %s\n", failure.c_str());
             good = false;
         }
+    }
     return good;
 }
 
@@ -83,6 +85,7 @@ void replay_served_capture(size_t live) {
     const WriteBuffer write_buffer;
     init_sdr_lookup();
     init_event_thread();
-    for (size_t position = walked; position < records.size(); position++)
+    for (size_t position = walked; position < records.size(); position++) {
         process_sel_data(reinterpret_cast<const uint8_t *>(&records[position]));
+    }
 }

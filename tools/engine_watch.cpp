@@ -66,10 +66,12 @@ uint32_t time_in_hand() {
 void tell(const story::Change &change, size_t story::Totals::*total) {
     const std::lock_guard lock(totals_lock);
     totals.*total += 1;
-    if (change.origin == Origin::stale_pass)
+    if (change.origin == Origin::stale_pass) {
         totals.recovered++;
-    if (audience != nullptr)
+    }
+    if (audience != nullptr) {
         audience->change(change);
+    }
 }
 
 void tell_update(const story::FaultHistory::Update &update) {
@@ -79,9 +81,10 @@ void tell_update(const story::FaultHistory::Update &update) {
     const bool live = origin == Origin::request || is_live();
     tell({update.kind, origin, live, in_hand.record, update.before ? &*update.before : nullptr, &update.after},
          by_kind[static_cast<size_t>(update.kind)]);
-    if (update.evicted)
+    if (update.evicted) {
         tell({story::ChangeKind::evicted, origin, live, {}, &*update.evicted, &*update.evicted},
              &story::Totals::evicted);
+    }
 }
 
 void count(size_t story::Totals::*total) {
@@ -118,8 +121,9 @@ Reason reason_of(int32_t result, const story::Record &record) {
     case not_classified: return in_hand.classified ? Reason::no_fault_number : Reason::no_severity;
     case no_sensor: return Reason::no_sensor;
     case wrong_record:
-        if (!story::is_system_event(record))
+        if (!story::is_system_event(record)) {
             return Reason::oem;
+        }
         return sensor != nullptr && sensor->owner != (record.generator_id & 0xFF) ? Reason::other_owner
                                                                                   : Reason::sensor_type_differs;
     default: return Reason::other;
@@ -131,8 +135,9 @@ void count_refused(int32_t result) {
     const bool serious = reason != Reason::oem && ipmi_access::is_serious(in_hand.record->event);
     totals.refused[static_cast<size_t>(reason)]++;
     totals.refused_serious += serious;
-    if (audience != nullptr)
+    if (audience != nullptr) {
         audience->refused({*in_hand.record, reason, result, serious});
+    }
 }
 
 void count_record(int32_t result) {
@@ -142,10 +147,11 @@ void count_record(int32_t result) {
         return;
     }
     totals.records++;
-    if (result != 0)
+    if (result != 0) {
         count_refused(result);
-    else
+    } else {
         (in_hand.dispatched ? totals.processed : totals.ignored)++;
+    }
 }
 
 void end_record(int32_t result) {
@@ -153,8 +159,9 @@ void end_record(int32_t result) {
     count_record(result);
     record_is_in_hand = false;
     records_ended++;
-    if (audience != nullptr)
+    if (audience != nullptr) {
         audience->record_done();
+    }
     record_has_ended.notify_all();
 }
 
@@ -184,8 +191,9 @@ story::Ending engine_ending() {
 int32_t process_sel_data(const uint8_t *record) {
     static const auto engine_function = behind<decltype(process_sel_data)>("process_sel_data");
     fifo_record_taken();
-    if (!begin_record())
+    if (!begin_record()) {
         return 0;
+    }
     in_hand = {};
     in_hand.record = story::read_record(*reinterpret_cast<const sel_record *>(record));
     const int32_t result = engine_function(record);
@@ -206,8 +214,9 @@ int32_t process_write_buf(fe_read_buf *request, fe_write_buf_struct *wbuf) {
     in_hand.dispatched = true;
     if (!in_hand.record) {
         count(&story::Totals::requests);
-        if (result == 0)
+        if (result == 0) {
             count(&story::Totals::requests_processed);
+        }
     } else if (result != 0) {
         count(&story::Totals::not_stored);
     }
@@ -216,8 +225,9 @@ int32_t process_write_buf(fe_read_buf *request, fe_write_buf_struct *wbuf) {
 
 int32_t update_fe_database(fe_write_buf_struct *wbuf) {
     static const auto engine_function = behind<decltype(update_fe_database)>("update_fe_database");
-    if (in_hand.in_pass)
+    if (in_hand.in_pass) {
         return engine_function(wbuf);
+    }
     const std::lock_guard lock(history_lock);
     const fe_table_entry *oldest = story::FaultHistory::next_to_be_evicted();
     const int32_t result = engine_function(wbuf);

@@ -86,10 +86,13 @@ constexpr Range ranges[] = {{208, 211, "storage"}, {212, 215, "storage switch"},
 } // namespace
 
 const char *entity_name(uint8_t entity_id) {
-    if (entity_id < std::size(names))
+    if (entity_id < std::size(names)) {
         return names[entity_id];
-    for (const Range &range : ranges)
-        if (entity_id >= range.first && entity_id <= range.last)
+    }
+    for (const Range &range : ranges) {
+        if (entity_id >= range.first && entity_id <= range.last) {
             return range.name;
+        }
+    }
     return nullptr;
 }

@@ -21,16 +21,19 @@ struct RecordFile {
 // All files are read before the first record is written.
 std::vector<RecordFile> read_files(const std::vector<std::string> &paths) {
     std::vector<RecordFile> files;
-    for (const std::string &path : paths)
+    for (const std::string &path : paths) {
         files.push_back({path, load_records(path)});
+    }
     return files;
 }
 
 void write_file(const SelWriter &fifo, const RecordFile &file) {
-    for (size_t position = 0; position < file.records.size(); position++)
-        if (!fifo.write_record(file.records[position]))
+    for (size_t position = 0; position < file.records.size(); position++) {
+        if (!fifo.write_record(file.records[position])) {
             throw Refusal(file.path + ": offset " + std::to_string(position * sizeof(sel_record)) +
                           ": cannot write the record: " + strerror(errno));
+        }
+    }
 }
 
 int send_events(const std::string &fifo_path, const std::vector<std::string> &paths) {

@@ -32,8 +32,9 @@ struct Timeline {
 };
 
 std::string step_word(const Change &change) {
-    if (change.kind != ChangeKind::repeated || change.before->severity == change.after->severity)
+    if (change.kind != ChangeKind::repeated || change.before->severity == change.after->severity) {
         return change_word(change.kind);
+    }
     return change.after->severity > change.before->severity ? "worse" : "better";
 }
 
@@ -49,13 +50,15 @@ public:
 
     void change(const Change &change) override {
         const Fault &fault = *change.after;
-        if (!filter_.passes(change))
+        if (!filter_.passes(change)) {
             return;
+        }
         const std::tuple key{fault.entity_id, fault.table_instance, fault.sensor_number,
                              measurement_code(fault.table_code)};
         auto found = std::ranges::find(timelines_, key, &Timeline::key);
-        if (found == timelines_.end())
+        if (found == timelines_.end()) {
             found = timelines_.insert(timelines_.end(), {key, fault, {}});
+        }
         found->fault = fault;
         found->steps.push_back({change.record, step_word(change), step_words(change), fault.severity,
                                 change.record ? change.record->time : fault.last_time});
@@ -67,8 +70,9 @@ public:
                    entity_words(timeline.fault).c_str(), fault_name(timeline.fault).c_str());
             print_steps(timeline, line_width);
         }
-        if (timelines_.empty())
+        if (timelines_.empty()) {
             puts("no record made such a fault");
+        }
     }
 
 private:
@@ -77,8 +81,9 @@ private:
         table.print_head(stdout);
         for (const Step &step : timeline.steps) {
             char id[8] = "-";
-            if (step.record)
+            if (step.record) {
                 snprintf(id, sizeof id, "%x", step.record->id);
+            }
             table.print(stdout, {id, time_words(step.time), step.what, severity_word(step.severity), step.words}, 3,
                         severity_colour(step.severity));
         }
@@ -90,10 +95,12 @@ private:
 
 int explain(const ReplayOptions &chosen) {
     const std::vector<CaptureFiles> captures = chosen.capture.captures();
-    if (captures.size() != 1 || captures[0].sdr.empty() || captures[0].sel.empty())
+    if (captures.size() != 1 || captures[0].sdr.empty() || captures[0].sel.empty()) {
         throw Refusal("explain: one capture is needed, or --sdr FILE and --sel FILE; see fectl help explain");
-    if (chosen.view.format != "text")
+    }
+    if (chosen.view.format != "text") {
         return replay_and_print(captures[0], chosen);
+    }
     Timelines timelines(chosen.view.filter);
     const Replayed replayed = replay(captures[0], chosen.engine, chosen.live, timelines);
     timelines.print(chosen.view.line_width());

@@ -22,24 +22,28 @@ public:
 // The faults of the record's entity instance; null for none. With the table locked.
 const fault_node *faults_beside(const fe_write_buf &record) {
     const entity_id_node *entity = entity_id_list_head_ptr;
-    while (entity != nullptr && entity->entity_id != record.entity_id)
+    while (entity != nullptr && entity->entity_id != record.entity_id) {
         entity = entity->next;
+    }
     const entity_instance_node *instance = entity == nullptr ? nullptr : entity->instance_list;
-    while (instance != nullptr && instance->entity_instance != record.entity_instance)
+    while (instance != nullptr && instance->entity_instance != record.entity_instance) {
         instance = instance->next;
+    }
     return instance == nullptr ? nullptr : instance->fault_list;
 }
 
 bool is_among(const fault_node *faults, const fe_table_entry *entry) {
-    while (faults != nullptr && faults->entry != entry)
+    while (faults != nullptr && faults->entry != entry) {
         faults = faults->next;
+    }
     return faults != nullptr;
 }
 
 const fe_table_entry *last_entry() {
     const fe_table_entry *entry = fe_table_head_ptr;
-    while (entry != nullptr && entry->next != nullptr)
+    while (entry != nullptr && entry->next != nullptr) {
         entry = entry->next;
+    }
     return entry;
 }
 
@@ -64,8 +68,9 @@ const fe_table_entry *FaultHistory::next_to_be_evicted() {
 
 std::optional<Fault> FaultHistory::remove(Faults &faults, const fe_table_entry *entry) {
     const auto found = std::ranges::find(faults, entry, &Tracked::entry);
-    if (found == faults.end())
+    if (found == faults.end()) {
         return std::nullopt;
+    }
     std::optional<Fault> gone = std::move(found->fault);
     faults.erase(found);
     return gone;
@@ -91,32 +96,38 @@ FaultHistory::Update FaultHistory::update(const fe_write_buf &record, const fe_t
     faults.push_back({fe_table_head_ptr, follow(nullptr, record, event, time)});
     Fault after = faults.back().fault;
     std::optional<Fault> evicted;
-    for (auto &[key, others] : by_instance_)
-        if (oldest != nullptr && !evicted)
+    for (auto &[key, others] : by_instance_) {
+        if (oldest != nullptr && !evicted) {
             evicted = remove(others, oldest);
+        }
+    }
     return {ChangeKind::created, {}, std::move(after), std::move(evicted)};
 }
 
 std::vector<Fault> FaultHistory::remove_missing() {
     const TableLock lock;
     std::unordered_set<const fe_table_entry *> present;
-    for (const fe_table_entry *entry = fe_table_head_ptr; entry != nullptr; entry = entry->next)
+    for (const fe_table_entry *entry = fe_table_head_ptr; entry != nullptr; entry = entry->next) {
         present.insert(entry);
+    }
     std::vector<Fault> gone;
-    for (auto &[key, faults] : by_instance_)
+    for (auto &[key, faults] : by_instance_) {
         std::erase_if(faults, [&](Tracked &tracked) {
             const bool missing = !present.contains(tracked.entry);
-            if (missing)
+            if (missing) {
                 gone.push_back(std::move(tracked.fault));
+            }
             return missing;
         });
+    }
     return gone;
 }
 
 const Fault *FaultHistory::find(const fe_table_entry *entry) const {
     const auto faults = by_instance_.find(key_of(entry->record));
-    if (faults == by_instance_.end())
+    if (faults == by_instance_.end()) {
         return nullptr;
+    }
     const auto found = std::ranges::find(faults->second, entry, &Tracked::entry);
     return found == faults->second.end() ? nullptr : &found->fault;
 }

@@ -16,8 +16,9 @@ constexpr size_t severity_column = 1;
 // What the sensors' names need, so that lines of changes stand below each other.
 size_t sensor_width() {
     size_t width = 12;
-    for (const auto &sensor : ipmi_access::served().sensors)
+    for (const auto &sensor : ipmi_access::served().sensors) {
         width = std::max(width, sensor ? text_width(sensor->label) : 0);
+    }
     return width;
 }
 
@@ -50,8 +51,9 @@ std::string change_words(const Change &change) {
     case Origin::duplicate_pass: return "a duplicate of another fault";
     default: break;
     }
-    if (cleared_by_another_event(change))
+    if (cleared_by_another_event(change)) {
         return event_words(*change.after) + " (raised by " + ipmi_access::event_words(*change.before->raised_by) + ')';
+    }
     return event_words(*change.after);
 }
 
@@ -73,8 +75,9 @@ void print_fault_list(FILE *out, std::span<const Fault> faults, size_t line_widt
     std::vector<Column> columns = {{"LAST", 19},           {"SEVERITY", 8},       {"SENSOR", 6},
                                    {"ENTITY", 6},          {"COUNT", 5, true, 5}, {"FIRST", 5, false, 4},
                                    {"CAUSE", 5, false, 1}, {"CODE", 4, true, 2},  {"FAULT", 5, false, 3}};
-    if (have_events)
+    if (have_events) {
         columns.push_back({"EVENT", 5});
+    }
     TextTable table(columns, line_width);
     std::vector<Cells> lines;
     for (const Fault &fault : faults) {
@@ -87,15 +90,18 @@ void print_fault_list(FILE *out, std::span<const Fault> faults, size_t line_widt
                        cause_word(fault),
                        code_text(fault),
                        fault_name(fault)};
-        if (have_events)
+        if (have_events) {
             cells.push_back(event_words(fault));
+        }
         table.fit(cells);
         lines.push_back(std::move(cells));
     }
-    if (lines.empty())
+    if (lines.empty()) {
         fputs("no active faults\n", out);
-    else
+    } else {
         table.print_head(out);
-    for (size_t i = 0; i < lines.size(); i++)
+    }
+    for (size_t i = 0; i < lines.size(); i++) {
         table.print(out, lines[i], severity_column, severity_colour(faults[i].severity));
+    }
 }

@@ -30,7 +30,8 @@ constexpr Command commands[] = {
     {"serve", "The engine, running, until SIGINT, SIGTERM or SIGHUP", prepare_serve},
     {"request", "Sends a running engine one fault request", prepare_request},
 #ifdef FECTL_BMC
-    {"fetch", "Reads a server's sensor data records, event log and sensor states from its BMC, for replay", prepare_fetch},
+    {"fetch", "Reads a server's sensor data records, event log and sensor states from its BMC, for replay",
+     prepare_fetch},
     {"watch", "The engine, running, on the event log and the sensors of a server's BMC", prepare_watch},
 #endif
     {"event", "Writes SEL records into the FIFO of a running engine", prepare_event},
@@ -42,16 +43,18 @@ void open_standard_descriptors() {
     do
         fd = open("/dev/null", O_RDWR);
     while (fd >= 0 && fd <= STDERR_FILENO);
-    if (fd > STDERR_FILENO)
+    if (fd > STDERR_FILENO) {
         close(fd);
+    }
 }
 
 // The last first, as CLI11 wants them. What -P is given is not to stay where ps shows it.
 std::vector<std::string> take_arguments(int argc, char **argv) {
     std::vector<std::string> arguments(std::reverse_iterator(argv + argc), std::reverse_iterator(argv + 1));
     for (char **argument = argv + 1; argument < argv + argc; ++argument) {
-        if (strncmp(*argument, "-P", 2) != 0)
+        if (strncmp(*argument, "-P", 2) != 0) {
             continue;
+        }
         char *password = (*argument)[2] != '\0' || argument + 1 == argv + argc ? *argument + 2 : *++argument;
         memset(password, 'x', strlen(password));
     }
@@ -72,8 +75,9 @@ public:
         app_.set_help_flag("-h,--help", "this text");
         app_.footer("fectl help COMMAND, or fectl COMMAND --help, tells its options.");
         app_.require_subcommand(0, 1);
-        for (const Command &command : commands)
+        for (const Command &command : commands) {
             add(command);
+        }
         CLI::App *help = app_.add_subcommand("help", "The options of a command");
         help->add_option("COMMAND", help_for_, "the command")->type_name("");
         runs_[help] = [this] { return print(text_for(help_for_)); };
@@ -90,8 +94,9 @@ public:
             throw Refusal((chosen() == nullptr ? "" : chosen()->get_name() + ": ") + one_line(error.what()) +
                           "; see fectl " + (chosen() == nullptr ? "--help" : "help " + chosen()->get_name()));
         }
-        if (chosen() == nullptr)
+        if (chosen() == nullptr) {
             throw Refusal("a command is missing; see fectl --help");
+        }
         return runs_.at(chosen())();
     }
 
@@ -109,11 +114,14 @@ private:
     }
 
     std::string text_for(const std::string &command) {
-        if (command.empty())
+        if (command.empty()) {
             return app_.help();
-        for (const auto &[app, run] : runs_)
-            if (app->get_name() == command)
+        }
+        for (const auto &[app, run] : runs_) {
+            if (app->get_name() == command) {
                 return app->help("fectl");
+            }
+        }
         throw Refusal("help: there is no command '" + command + "'; see fectl --help");
     }
 

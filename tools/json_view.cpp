@@ -11,20 +11,23 @@ public:
     explicit JsonView(const ViewOptions &options) : options_(options), lines_(options.capture) {}
 
     void change(const story::Change &change) override {
-        if (!options_.ending_only && options_.filter.passes(change))
+        if (!options_.ending_only && options_.filter.passes(change)) {
             print(lines_.change(change));
+        }
     }
     void refused(const story::Refused &refused) override {
-        if (!options_.ending_only && options_.refused != "none" && options_.filter.passes(refused))
+        if (!options_.ending_only && options_.refused != "none" && options_.filter.passes(refused)) {
             print(lines_.refused(refused));
+        }
     }
     void end(const story::Ending &ending, const RequestsSeen *) override {
         table(ending.active);
         print(lines_.summary(ending));
     }
     void table(const std::vector<story::Fault> &faults) override {
-        for (const story::Fault &fault : options_.filter.select(faults))
+        for (const story::Fault &fault : options_.filter.select(faults)) {
             print(lines_.fault(fault));
+        }
     }
 
 private:

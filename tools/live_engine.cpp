@@ -35,14 +35,16 @@ void *LiveEngine::run_sel_side(void *engine) {
 }
 
 void LiveEngine::start_thread(StartFunction start_function, const pthread_t &id, const char *name) {
-    if (start_function() != 0)
+    if (start_function() != 0) {
         fail(std::string("no thread for the ") + name);
+    }
     threads_.push_back(id);
 }
 
 void LiveEngine::start_sel_side() {
-    if (const int error = pthread_create(&sel_thread_, nullptr, run_sel_side, this); error != 0)
+    if (const int error = pthread_create(&sel_thread_, nullptr, run_sel_side, this); error != 0) {
         fail(std::string("no thread for the SEL: ") + strerror(error));
+    }
     sel_thread_runs_ = true;
 }
 
@@ -50,12 +52,14 @@ void LiveEngine::start() {
     fe_core::take_requests_from(requests_.fd());
     init_sdr_lookup();
     start_thread(init_listener, fe_listener_thread_id, "listener");
-    if (!is_published(fe_read_buf_struct_ptr))
+    if (!is_published(fe_read_buf_struct_ptr)) {
         fail("no memory for the read buffer");
+    }
     start_thread(init_broadcaster, fe_broadcaster_thread_id, "broadcaster");
     start_thread(init_fault_processor, fe_fault_processor_thread_id, "fault processor");
-    if (!is_published(fe_write_buf_struct_ptr))
+    if (!is_published(fe_write_buf_struct_ptr)) {
         fail("no memory for the write buffer");
+    }
     start_sel_side();
 }
 
@@ -68,8 +72,9 @@ void LiveEngine::stop() {
     fe_core::end_pauses();
     finish_record_in_hand();
     fe_core::stop();
-    for (const pthread_t thread : threads_)
+    for (const pthread_t thread : threads_) {
         pthread_join(thread, nullptr);
+    }
     threads_.clear();
     // The listener has set fe_not_running, which the SEL side sees at the next activity of its FIFO.
     if (std::exchange(sel_thread_runs_, false)) {

@@ -17,8 +17,9 @@ namespace {
 // The engine syncs the table files after each change, which costs nothing in memory.
 std::string parent() {
     const char *chosen = getenv("TMPDIR");
-    if (chosen != nullptr && *chosen != '\0')
+    if (chosen != nullptr && *chosen != '\0') {
         return chosen;
+    }
     return access("/dev/shm", W_OK | X_OK) == 0 ? "/dev/shm" : "/tmp";
 }
 
@@ -28,8 +29,9 @@ char folder[PATH_MAX];
 constexpr int signals[] = {SIGHUP, SIGINT, SIGPIPE, SIGTERM};
 
 void remove_and_end(int signal_number) {
-    for (const char *file : files)
+    for (const char *file : files) {
         unlink(file);
+    }
     rmdir(folder);
     signal(signal_number, SIG_DFL);
     raise(signal_number);
@@ -37,16 +39,19 @@ void remove_and_end(int signal_number) {
 
 // Signals that are ignored stay so.
 void handle_signals(void (*handler)(int)) {
-    for (const int signal_number : signals)
-        if (signal(signal_number, handler) == SIG_IGN)
+    for (const int signal_number : signals) {
+        if (signal(signal_number, handler) == SIG_IGN) {
             signal(signal_number, SIG_IGN);
+        }
+    }
 }
 
 } // namespace
 
 PrivateFolder::PrivateFolder() : path_(parent() + "/fectl-XXXXXX") {
-    if (mkdtemp(path_.data()) == nullptr)
+    if (mkdtemp(path_.data()) == nullptr) {
         throw Failure(path_ + ": cannot make a folder for the engine's files: " + strerror(errno));
+    }
     snprintf(folder, sizeof folder, "%s", path_.c_str());
     snprintf(files[0], sizeof files[0], "%s/fe_table.entry", path_.c_str());
     snprintf(files[1], sizeof files[1], "%s/fe_table.sz", path_.c_str());

@@ -22,8 +22,9 @@ std::string id_text(uint16_t id) {
 
 std::string ids_text(const std::vector<uint16_t> &ids) {
     std::string text;
-    for (size_t i = 0; i < std::min(ids.size(), ids_shown); i++)
+    for (size_t i = 0; i < std::min(ids.size(), ids_shown); i++) {
         text += (i == 0 ? "" : " ") + id_text(ids[i]);
+    }
     return ids.size() > ids_shown ? text + " ... " + id_text(ids.back()) : text;
 }
 
@@ -44,33 +45,41 @@ struct Key {
 
 Key key_of(const story::Refused &refused) {
     const story::Record &record = refused.record;
-    if (!story::is_system_event(record))
+    if (!story::is_system_event(record)) {
         return {refused.serious, refused.reason, 0, 0, "-", story::event_words(record)};
-    return {refused.serious,      refused.reason,
-            record.sensor_number, record.generator_id,
-            story::sensor_label(record), story::event_words(record)};
+    }
+    return {refused.serious,
+            refused.reason,
+            record.sensor_number,
+            record.generator_id,
+            story::sensor_label(record),
+            story::event_words(record)};
 }
 
 Cells cells_of(const std::string &first, const Key &key) {
     char generator[8] = "-";
-    if (key.generator_id != 0)
+    if (key.generator_id != 0) {
         snprintf(generator, sizeof generator, "0x%02x", key.generator_id);
+    }
     return {first, key.serious ? "serious" : "", key.sensor, generator, key.event, story::reason_words(key.reason)};
 }
 
 void print_lines(TextTable &table, const std::vector<Cells> &lines) {
-    for (const Cells &line : lines)
+    for (const Cells &line : lines) {
         table.fit(line);
+    }
     printf("\nnot taken as faults:\n");
     table.print_head(stdout);
-    for (const Cells &line : lines)
+    for (const Cells &line : lines) {
         table.print(stdout, line, 1, line[1].empty() ? "" : severity_colour(FE_SEVERITY_MAJOR));
+    }
 }
 
 void print_groups(const std::vector<story::Refused> &refused, size_t line_width) {
     std::map<Key, std::vector<uint16_t>> groups;
-    for (const story::Refused &one : refused)
+    for (const story::Refused &one : refused) {
         groups[key_of(one)].push_back(one.record.id);
+    }
     std::vector<Cells> lines;
     for (const auto &[key, ids] : groups) {
         lines.push_back(cells_of(std::to_string(ids.size()), key));
@@ -108,10 +117,12 @@ void print_each(const std::vector<story::Refused> &refused, size_t line_width) {
 } // namespace
 
 void RefusedList::print(bool each, size_t line_width) const {
-    if (refused_.empty())
+    if (refused_.empty()) {
         return;
-    if (each)
+    }
+    if (each) {
         print_each(refused_, line_width);
-    else
+    } else {
         print_groups(refused_, line_width);
+    }
 }

@@ -18,8 +18,9 @@ struct Options {
 int replay_all(const std::vector<CaptureFiles> &captures, ReplayOptions options) {
     int code = exit_ok;
     for (const CaptureFiles &files : captures) {
-        if (options.view.format == "text")
+        if (options.view.format == "text") {
             printf("%s== %s\n", &files == captures.data() ? "" : "\n", files.name.c_str());
+        }
         options.view.capture = files.name;
         ReplayApart replay(files, options);
         fputs(replay.take().c_str(), stdout);
@@ -30,15 +31,20 @@ int replay_all(const std::vector<CaptureFiles> &captures, ReplayOptions options)
 
 int run(const Options &chosen) {
     const std::vector<CaptureFiles> captures = chosen.replay.capture.captures();
-    if (captures.empty())
+    if (captures.empty()) {
         throw Refusal("replay: a capture is needed, or --sdr FILE and --sel FILE; see fectl help replay");
-    for (const CaptureFiles &files : captures)
-        if (files.sdr.empty() || files.sel.empty())
+    }
+    for (const CaptureFiles &files : captures) {
+        if (files.sdr.empty() || files.sel.empty()) {
             throw Refusal("replay: both --sdr FILE and --sel FILE are needed; see fectl help replay");
-    if (captures.size() > 1 && !chosen.replay.engine.file_directory.empty())
+        }
+    }
+    if (captures.size() > 1 && !chosen.replay.engine.file_directory.empty()) {
         throw Refusal("--file-dir: the captures would write over each other's files");
-    if (chosen.summary)
+    }
+    if (chosen.summary) {
         return print_summary(captures, chosen.replay, chosen.jobs);
+    }
     return captures.size() == 1 ? replay_and_print(captures[0], chosen.replay) : replay_all(captures, chosen.replay);
 }
 

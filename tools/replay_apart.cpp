@@ -22,8 +22,9 @@ namespace {
         fprintf(stderr, "fectl: %s\n", refusal.what());
         code = exit_refused;
     }
-    if (fflush(stdout) != 0)
+    if (fflush(stdout) != 0) {
         code = exit_failed;
+    }
     _exit(code);
 }
 
@@ -32,8 +33,9 @@ namespace {
 ReplayApart::ReplayApart(const CaptureFiles &files, const ReplayOptions &options, int complaints) {
     int ends[2];
     fflush(stdout);
-    if (pipe(ends) != 0)
+    if (pipe(ends) != 0) {
         throw Failure(std::string("cannot make a pipe: ") + strerror(errno));
+    }
     pid_ = fork();
     if (pid_ == 0) {
         close(ends[0]);
@@ -44,25 +46,29 @@ ReplayApart::ReplayApart(const CaptureFiles &files, const ReplayOptions &options
     }
     close(ends[1]);
     output_ = ends[0];
-    if (pid_ < 0)
+    if (pid_ < 0) {
         throw Failure(std::string("cannot start a process: ") + strerror(errno));
+    }
 }
 
 ReplayApart::ReplayApart(ReplayApart &&other) noexcept
     : pid_(std::exchange(other.pid_, -1)), output_(std::exchange(other.output_, -1)), exit_code_(other.exit_code_) {}
 
 ReplayApart::~ReplayApart() {
-    if (output_ >= 0)
+    if (output_ >= 0) {
         close(output_); // its next write ends it
-    if (pid_ > 0)
+    }
+    if (pid_ > 0) {
         waitpid(pid_, nullptr, 0);
+    }
 }
 
 std::string ReplayApart::take() {
     std::string text;
     char block[16384];
-    for (ssize_t got; (got = read(output_, block, sizeof block)) > 0 || (got < 0 && errno == EINTR);)
+    for (ssize_t got; (got = read(output_, block, sizeof block)) > 0 || (got < 0 && errno == EINTR);) {
         text.append(block, got > 0 ? static_cast<size_t>(got) : 0);
+    }
     int status = 0;
     waitpid(std::exchange(pid_, -1), &status, 0);
     exit_code_ = WIFEXITED(status) ? WEXITSTATUS(status) : exit_failed;

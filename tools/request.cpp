@@ -34,9 +34,10 @@ constexpr NumberOption numbers[] = {
 };
 
 void set_name(fe_read_buf &request, const std::string &name) {
-    if (name.size() >= sizeof request.sensor_name)
+    if (name.size() >= sizeof request.sensor_name) {
         throw Refusal("--sensor: '" + name + "' is longer than " + std::to_string(sizeof request.sensor_name - 1) +
                       " bytes");
+    }
     name.copy(request.sensor_name, name.size());
 }
 
@@ -65,7 +66,7 @@ Run prepare_request(CLI::App &app) {
            "--sensor", [&request](const std::string &name) { set_name(request, name); },
            "name of the sensor, at most 19 bytes")
         ->type_name("NAME");
-    for (const NumberOption &number : numbers)
+    for (const NumberOption &number : numbers) {
         app.add_option_function<std::string>(
                number.name,
                [&request, &number](const std::string &text) {
@@ -74,6 +75,7 @@ Run prepare_request(CLI::App &app) {
                number.help)
             ->type_name("N")
             ->required(number.needed);
+    }
     return [chosen] {
         send_request(chosen->socket, chosen->request);
         return exit_ok;

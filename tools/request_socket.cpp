@@ -24,9 +24,10 @@ constexpr timeval longest_send{.tv_sec = 10, .tv_usec = 0};
 sockaddr_un address_of(const std::string &path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    if (path.empty() || path.size() >= sizeof address.sun_path)
+    if (path.empty() || path.size() >= sizeof address.sun_path) {
         refuse("'" + path + "'",
                "a socket's path has 1 to " + std::to_string(sizeof address.sun_path - 1) + " characters");
+    }
     path.copy(address.sun_path, path.size());
     return address;
 }
@@ -34,12 +35,14 @@ sockaddr_un address_of(const std::string &path) {
 class Descriptor {
 public:
     Descriptor() : fd_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-        if (fd_ < 0)
+        if (fd_ < 0) {
             throw Refusal(std::string("cannot make a socket: ") + strerror(errno));
+        }
     }
     ~Descriptor() {
-        if (fd_ >= 0)
+        if (fd_ >= 0) {
             close(fd_);
+        }
     }
     Descriptor(const Descriptor &) = delete;
     Descriptor &operator=(const Descriptor &) = delete;
@@ -61,14 +64,17 @@ int bind_to(int fd, const sockaddr_un &address) {
 // A socket file outlives a server that was killed; a server that lives answers connect().
 void remove_stale_socket(const std::string &path, const sockaddr_un &address) {
     struct stat status {};
-    if (lstat(path.c_str(), &status) == 0 && !S_ISSOCK(status.st_mode))
+    if (lstat(path.c_str(), &status) == 0 && !S_ISSOCK(status.st_mode)) {
         refuse(path, "exists and is not a socket");
+    }
     const Descriptor probe;
     const int error = connect_to(probe.get(), address);
-    if (error == 0 || error == EPROTOTYPE)
+    if (error == 0 || error == EPROTOTYPE) {
         refuse(path, "the socket is in use");
-    if (error != ECONNREFUSED && error != ENOENT)
+    }
+    if (error != ECONNREFUSED && error != ENOENT) {
         refuse(path, std::string("cannot tell whether the socket is in use: ") + strerror(error));
+    }
     unlink(path.c_str());
 }
 
@@ -82,8 +88,9 @@ RequestSocket::RequestSocket(const std::string &path) : path_(path), fd_(-1) {
         remove_stale_socket(path, address);
         error = bind_to(socket.get(), address);
     }
-    if (error != 0)
+    if (error != 0) {
         refuse(path, std::string("cannot create the socket: ") + strerror(error));
+    }
     bound_ = true;
     fd_ = socket.release();
 }
@@ -94,28 +101,32 @@ RequestSocket::~RequestSocket() {
 }
 
 void RequestSocket::withdraw() {
-    if (std::exchange(bound_, false))
+    if (std::exchange(bound_, false)) {
         unlink(path_.c_str());
+    }
 }
 
 size_t RequestSocket::drain() {
     shutdown(fd_, SHUT_RD);
     size_t datagrams = 0;
     char byte;
-    while (recv(fd_, &byte, sizeof byte, MSG_DONTWAIT) > 0)
+    while (recv(fd_, &byte, sizeof byte, MSG_DONTWAIT) > 0) {
         datagrams++;
+    }
     return datagrams;
 }
 
 void send_request(const std::string &path, const fe_read_buf &request) {
     const sockaddr_un address = address_of(path);
     const Descriptor socket;
-    if (const int error = connect_to(socket.get(), address); error == ECONNREFUSED)
+    if (const int error = connect_to(socket.get(), address); error == ECONNREFUSED) {
         refuse(path, "nobody takes requests there (is fectl serve running?)");
-    else if (error != 0)
+    } else if (error != 0) {
         refuse(path, std::string("cannot connect: ") + strerror(error));
+    }
     setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &longest_send, sizeof longest_send);
-    if (send(socket.get(), &request, sizeof request, MSG_NOSIGNAL) == static_cast<ssize_t>(sizeof request))
+    if (send(socket.get(), &request, sizeof request, MSG_NOSIGNAL) == static_cast<ssize_t>(sizeof request)) {
         return;
+    }
     refuse(path, errno == EAGAIN ? "the engine takes no requests" : std::string("cannot send: ") + strerror(errno));
 }

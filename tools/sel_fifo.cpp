@@ -50,12 +50,15 @@ int open_fifo(const std::string &path, int mode) {
 void check_is_fifo(const std::string &path, bool create) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) {
-        if (errno != ENOENT)
+        if (errno != ENOENT) {
             refuse(path, "cannot open the FIFO", errno);
-        if (!create)
+        }
+        if (!create) {
             throw Refusal(path + ": there is no FIFO; --fifo-create makes one, --file-dir DIR puts it into DIR");
-        if (mkfifo(path.c_str(), fifo_mode) != 0)
+        }
+        if (mkfifo(path.c_str(), fifo_mode) != 0) {
             refuse(path, "cannot create the FIFO", errno);
+        }
     } else if (!S_ISFIFO(status.st_mode)) {
         throw Refusal(path + ": not a FIFO");
     }
@@ -66,8 +69,9 @@ void check_is_fifo(const std::string &path, bool create) {
 SelFifo::SelFifo(const std::string &path, bool create) : path_(path), fd_(-1) {
     check_is_fifo(path, create);
     fd_ = open_fifo(path, O_RDWR);
-    if (fd_ < 0)
+    if (fd_ < 0) {
         refuse(path, "cannot open the FIFO", errno);
+    }
     if (flock(fd_, LOCK_EX | LOCK_NB) != 0) {
         close(fd_);
         throw Refusal(path + ": another fectl serve reads the FIFO");
@@ -76,17 +80,19 @@ SelFifo::SelFifo(const std::string &path, bool create) : path_(path), fd_(-1) {
 
 SelFifo::~SelFifo() {
     close(fd_);
-    if (fd_at_stop_ >= 0)
+    if (fd_at_stop_ >= 0) {
         close(fd_at_stop_);
+    }
 }
 
 // The file may have been removed, or made anew, while the reader waited: it sits on the old one, on the one that is there
 // now, or is about to open what there is.
 void SelFifo::wake_reader() {
     fd_at_stop_ = open_fifo(path_, O_RDWR);
-    for (const int fd : {fd_, fd_at_stop_})
+    for (const int fd : {fd_, fd_at_stop_}) {
         if (fd >= 0) [[maybe_unused]]
             const ssize_t result = write(fd, &wake_up, sizeof wake_up); // a full FIFO wakes as well
+    }
     open_sel_fifo_to_nothing();
 }
 
@@ -96,8 +102,9 @@ size_t SelFifo::drain() {
     size_t left = read_but_not_taken.exchange(false) ? 1 : 0;
     for (const int fd : {fd_, fd_at_stop_}) {
         sel_record record;
-        while (fd >= 0 && left < most && read(fd, &record, sizeof record) == static_cast<ssize_t>(sizeof record))
+        while (fd >= 0 && left < most && read(fd, &record, sizeof record) == static_cast<ssize_t>(sizeof record)) {
             left += !is_wake_up(&record);
+        }
     }
     return left;
 }
@@ -107,24 +114,28 @@ void watch_fifo_reader() {
 }
 
 void fifo_record_taken() {
-    if (is_fifo_reader)
+    if (is_fifo_reader) {
         read_but_not_taken = false;
+    }
 }
 
 // In front of libc's, for the engine's reader.
 extern "C" ssize_t read(int fd, void *bytes, size_t size) {
     static const auto libc_function = reinterpret_cast<decltype(&read)>(dlsym(RTLD_NEXT, "read"));
     const ssize_t got = libc_function(fd, bytes, size);
-    if (is_fifo_reader && size == sizeof wake_up && got == static_cast<ssize_t>(size) && !is_wake_up(bytes))
+    if (is_fifo_reader && size == sizeof wake_up && got == static_cast<ssize_t>(size) && !is_wake_up(bytes)) {
         read_but_not_taken = true;
+    }
     return got;
 }
 
 SelWriter::SelWriter(const std::string &path) : fd_(open_fifo(path, O_WRONLY)) {
-    if (fd_ < 0 && errno == ENXIO)
+    if (fd_ < 0 && errno == ENXIO) {
         throw Refusal(path + ": nobody reads the FIFO (is fectl serve running?)");
-    if (fd_ < 0)
+    }
+    if (fd_ < 0) {
         refuse(path, "cannot open the FIFO", errno);
+    }
     struct stat status {};
     if (fstat(fd_, &status) != 0 || !S_ISFIFO(status.st_mode)) {
         close(fd_);
@@ -140,10 +151,12 @@ SelWriter::~SelWriter() {
 bool SelWriter::write_record(const sel_record &record) const {
     for (;;) {
         const ssize_t written = write(fd_, &record, sizeof record);
-        if (written >= 0)
+        if (written >= 0) {
             return written == static_cast<ssize_t>(sizeof record);
-        if (errno != EAGAIN && errno != EINTR)
+        }
+        if (errno != EAGAIN && errno != EINTR) {
             return false;
+        }
         pollfd room{fd_, POLLOUT, 0};
         poll(&room, 1, -1);
     }

@@ -35,9 +35,10 @@ struct ServeOptions {
 void serve_capture(const CaptureFiles &files) {
     LoadedCapture loaded = load_capture(files);
     const size_t records = loaded.capture.records.size();
-    if (records > ipmi_access::max_walk_records)
+    if (records > ipmi_access::max_walk_records) {
         throw Refusal(files.sel + ": " + std::to_string(records) + " records, but the start-up walk takes " +
                       std::to_string(ipmi_access::max_walk_records));
+    }
     std::ranges::for_each(loaded.warnings, warn);
     ipmi_access::serve(std::move(loaded.capture));
 }
@@ -55,8 +56,9 @@ int serve(const ServeOptions &chosen) {
     fprintf(stderr, "ready: socket %s, FIFO %s\n", chosen.socket_path().c_str(), records.path().c_str());
 
     const bool told_to_stop = stop_signals.await([&engine] { return engine.has_given_up(); });
-    if (!told_to_stop)
+    if (!told_to_stop) {
         fprintf(stderr, "fectl: the engine has stopped: %s is gone or fails\n", records.path().c_str());
+    }
     engine.stop();
     const RequestsSeen requests_seen = {fe_core::request_counts(), requests.drain(), records.drain()};
     const story::Ending ending = engine_ending();
@@ -82,8 +84,9 @@ Run prepare_serve(CLI::App &app) {
     add_view_options(app, chosen->view);
     add_refused_option(app, chosen->view);
     return [chosen] {
-        if (chosen->capture.files.sdr.empty())
+        if (chosen->capture.files.sdr.empty()) {
             throw Refusal("serve: --sdr FILE is needed; see fectl help serve");
+        }
         return serve(*chosen);
     };
 }

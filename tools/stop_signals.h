@@ -21,9 +21,11 @@ public:
     template <class Condition>
     bool await(Condition gives_up) const {
         constexpr timespec between_checks{.tv_sec = 0, .tv_nsec = 250'000'000};
-        while (sigtimedwait(&set_, nullptr, &between_checks) < 0)
-            if (gives_up())
+        while (sigtimedwait(&set_, nullptr, &between_checks) < 0) {
+            if (gives_up()) {
                 return false;
+            }
+        }
         return true;
     }
 

@@ -17,8 +17,9 @@ constexpr uint8_t first_specific_event_type = 0x6F; // offsets of such types are
 template <size_t size>
 uint32_t little_endian(const uint8_t (&bytes)[size]) {
     uint32_t value = 0;
-    for (size_t i = size; i-- > 0;)
+    for (size_t i = size; i-- > 0;) {
         value = value << 8 | bytes[i];
+    }
     return value;
 }
 
@@ -33,8 +34,9 @@ std::optional<uint32_t> known_time(int32_t time) {
 
 // The engine raises instances by one where an entity's count from 0, and takes some from the event.
 int32_t own_instance(const fe_write_buf &record, const ipmi_access::Sensor *sensor) {
-    if (sensor == nullptr || sensor->entity_id != record.entity_id)
+    if (sensor == nullptr || sensor->entity_id != record.entity_id) {
         return record.entity_instance;
+    }
     const int32_t raised = fe_sdr_instance_array[sensor->entity_id] == 1 ? 0 : 1;
     return record.entity_instance == sensor->entity_instance + raised ? sensor->entity_instance
                                                                       : record.entity_instance;
@@ -62,8 +64,9 @@ bool is_system_event(const Record &record) {
 Fault read_fault(const fe_write_buf &record) {
     const std::string name = field_text(record.sensor_name);
     const ipmi_access::Sensor *sensor = ipmi_access::find_sensor(record.sens_num);
-    if (sensor != nullptr && sensor->name.substr(0, sizeof record.sensor_name - 1) != name)
+    if (sensor != nullptr && sensor->name.substr(0, sizeof record.sensor_name - 1) != name) {
         sensor = nullptr; // a request's own
+    }
     return {.sensor = sensor != nullptr ? sensor->label : name,
             .sensor_number = record.sens_num,
             .sensor_type = record.entity_type,
@@ -84,8 +87,9 @@ Fault read_fault(const fe_write_buf &record) {
 }
 
 bool cleared_by_another_event(const Change &change) {
-    if (change.kind != ChangeKind::cleared || !change.record || change.before == nullptr)
+    if (change.kind != ChangeKind::cleared || !change.record || change.before == nullptr) {
         return false;
+    }
     const auto &raised = change.before->raised_by;
     const auto &cleared = change.after->event;
     return raised && cleared && raised->event_type >= first_specific_event_type && raised->offset != cleared->offset;

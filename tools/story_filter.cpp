@@ -18,16 +18,19 @@ void parse_severities(Filter &filter, const std::string &text) {
     const size_t dots = text.find("..");
     const std::string least = text.substr(0, dots);
     const std::string most = dots == text.npos ? least : text.substr(dots + 2);
-    if (!least.empty())
+    if (!least.empty()) {
         filter.least_severity = cli::parse_severity("--severity", least);
-    if (!most.empty())
+    }
+    if (!most.empty()) {
         filter.most_severity = cli::parse_severity("--severity", most);
+    }
 }
 
 std::pair<uint8_t, int32_t> parse_entity(const std::string &text) {
     const size_t dot = text.find('.');
-    if (dot == text.npos)
+    if (dot == text.npos) {
         throw Refusal("--entity: '" + text + "' is no entity; an id and an instance belong here, as in 10.2");
+    }
     return {static_cast<uint8_t>(cli::parse_number("--entity", text.substr(0, dot), 0, UINT8_MAX)),
             static_cast<int32_t>(cli::parse_number("--entity", text.substr(dot + 1), INT32_MIN, INT32_MAX))};
 }
@@ -46,8 +49,9 @@ uint32_t parse_time(const std::string &name, const std::string &text) {
     for (const char *format : {"%Y-%m-%dT%H:%M:%SZ", "%Y-%m-%d %H:%M:%S", "%Y-%m-%d %H:%M", "%Y-%m-%d"}) {
         tm date{};
         const char *end = strptime(text.c_str(), format, &date);
-        if (end != nullptr && *end == '\0')
+        if (end != nullptr && *end == '\0') {
             return static_cast<uint32_t>(timegm(&date));
+        }
     }
     throw Refusal(name + ": '" + text + "' is no time; write 2024-06-01 or \"2024-06-01 10:00:00\" (UTC)");
 }
@@ -63,8 +67,9 @@ bool Filter::passes(const Fault &fault) const {
 
 // A cleared fault counts with the severity that it had.
 bool Filter::passes(const Change &change) const {
-    if (change.kind != ChangeKind::cleared || change.before == nullptr)
+    if (change.kind != ChangeKind::cleared || change.before == nullptr) {
         return passes(*change.after);
+    }
     Fault fault = *change.after;
     fault.severity = change.before->severity;
     return passes(fault);
@@ -72,16 +77,18 @@ bool Filter::passes(const Change &change) const {
 
 bool Filter::passes(const Refused &refused) const {
     const std::optional<uint32_t> time = refused.record.time;
-    return !entity && !code && (sensor.empty() || is_sensor(sensor, sensor_label(refused.record), refused.record.sensor_number)) &&
+    return !entity && !code &&
+           (sensor.empty() || is_sensor(sensor, sensor_label(refused.record), refused.record.sensor_number)) &&
            (!since || (time && *time >= *since)) && (!until || (time && *time <= *until));
 }
 
 std::vector<Fault> Filter::select(std::vector<Fault> faults) const {
     std::erase_if(faults, [this](const Fault &fault) { return !passes(fault); });
-    if (sort == "severity")
+    if (sort == "severity") {
         std::ranges::stable_sort(faults, std::greater(), &Fault::severity);
-    else if (sort == "entity")
+    } else if (sort == "entity") {
         std::ranges::stable_sort(faults, {}, [](const Fault &f) { return std::tie(f.entity_id, f.entity_instance); });
+    }
     return faults;
 }
 

@@ -65,19 +65,20 @@ std::string key_of(const Fault &fault) {
                      : 0U;
     };
     std::string key = fault.sensor + '\n' + fault.own_name + '\n';
-    for (const uint32_t number :
-         {fault.sensor_number, uint32_t{fault.sensor_type}, uint32_t{fault.event_type}, uint32_t{fault.entity_id},
-          static_cast<uint32_t>(fault.entity_instance), static_cast<uint32_t>(fault.table_instance),
-          static_cast<uint32_t>(fault.severity), static_cast<uint32_t>(fault.fault_number),
-          static_cast<uint32_t>(fault.table_code), static_cast<uint32_t>(fault.cause), pack(fault.event),
-          pack(fault.raised_by)})
+    for (const uint32_t number : {fault.sensor_number, uint32_t{fault.sensor_type}, uint32_t{fault.event_type},
+                                  uint32_t{fault.entity_id}, static_cast<uint32_t>(fault.entity_instance),
+                                  static_cast<uint32_t>(fault.table_instance), static_cast<uint32_t>(fault.severity),
+                                  static_cast<uint32_t>(fault.fault_number), static_cast<uint32_t>(fault.table_code),
+                                  static_cast<uint32_t>(fault.cause), pack(fault.event), pack(fault.raised_by)}) {
         append_bytes(key, number);
+    }
     return key;
 }
 
 std::string quoted_date(uint32_t time) {
-    if (time < sel_time_first_date)
+    if (time < sel_time_first_date) {
         return "null";
+    }
     const time_t seconds = time;
     tm date{};
     char text[32];
@@ -93,8 +94,9 @@ const char *truth(bool value) {
 } // namespace
 
 JsonLines::JsonLines(const std::string &capture) {
-    if (!capture.empty())
+    if (!capture.empty()) {
         capture_ = "," + members({{"capture", capture}});
+    }
 }
 
 std::string JsonLines::head(const char *type) const {
@@ -102,21 +104,25 @@ std::string JsonLines::head(const char *type) const {
 }
 
 const std::string &JsonLines::identity(const Fault &fault) {
-    if (identities_.size() > most_kept)
+    if (identities_.size() > most_kept) {
         identities_.clear();
+    }
     const auto [found, is_new] = identities_.try_emplace(key_of(fault));
-    if (is_new)
+    if (is_new) {
         found->second = members(identity_of(fault));
+    }
     return found->second;
 }
 
 // ISO 8601 in UTC; null for none and for times since start.
 const std::string &JsonLines::time(std::optional<uint32_t> time) {
-    if (times_.size() > most_kept)
+    if (times_.size() > most_kept) {
         times_.clear();
+    }
     const auto [found, is_new] = times_.try_emplace(time.value_or(0));
-    if (is_new)
+    if (is_new) {
         found->second = quoted_date(time.value_or(0));
+    }
     return found->second;
 }
 
@@ -172,15 +178,17 @@ std::string JsonLines::refused(const Refused &refused) {
 std::string JsonLines::summary(const Ending &ending) {
     const Totals &totals = ending.totals;
     Json reasons_json = Json::object();
-    for (size_t i = 0; i < reasons; i++)
+    for (size_t i = 0; i < reasons; i++) {
         reasons_json[reason_key(static_cast<Reason>(i))] = totals.refused[i];
+    }
     Json by_severity = Json::object();
     const Fault *worst = nullptr;
     for (const int32_t severity : {6, 5, 4, 3, 1}) {
         by_severity[severity_word(severity)] = std::ranges::count(ending.active, severity, &Fault::severity);
         const auto found = std::ranges::find(ending.active, severity, &Fault::severity);
-        if (worst == nullptr && found != ending.active.end())
+        if (worst == nullptr && found != ending.active.end()) {
             worst = &*found;
+        }
     }
     const Json rest = {{"records", totals.records},
                        {"processed", totals.processed},

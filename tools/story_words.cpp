@@ -51,15 +51,18 @@ std::string level_words(int32_t severity) {
 
 std::string own_words(const Fault &fault) {
     const char *type = ipmi_access::sensor_type_words(fault.sensor_type);
-    if (type == nullptr && !fault.own_name.empty())
+    if (type == nullptr && !fault.own_name.empty()) {
         return fault.own_name;
+    }
     char unknown[24];
     snprintf(unknown, sizeof unknown, "Sensor type 0x%02x", fault.sensor_type);
     const std::string subject = type != nullptr ? type : unknown;
-    if (fault.event_type == threshold_events)
+    if (fault.event_type == threshold_events) {
         return subject + ' ' + level_words(fault.severity);
-    if (fault.sensor_type == entity_presence)
+    }
+    if (fault.sensor_type == entity_presence) {
         return subject;
+    }
     const auto *known = std::ranges::find(event_type_words, fault.event_type, &EventTypeWords::event_type);
     return subject + ' ' + (known != std::end(event_type_words) ? known->words : "event");
 }
@@ -68,10 +71,12 @@ std::string own_words(const Fault &fault) {
 bool name_fits(std::string_view name, const Fault &fault) {
     const bool non_critical = name.ends_with("NonCritical");
     const bool non_recoverable = name.ends_with("NonRecoverable");
-    if (fault.severity == FE_SEVERITY_CLEARED)
+    if (fault.severity == FE_SEVERITY_CLEARED) {
         return true;
-    if (fault.event_type != threshold_events)
+    }
+    if (fault.event_type != threshold_events) {
         return fault.severity >= FE_SEVERITY_MAJOR;
+    }
     return non_critical == (fault.severity < FE_SEVERITY_MAJOR) &&
            non_recoverable == (fault.severity >= FE_SEVERITY_CRITICAL);
 }
@@ -101,11 +106,13 @@ int32_t base_code(const Fault &fault) {
 int32_t measurement_code(int32_t table_code) {
     const int32_t code = table_code % entity_filter::codes_per_rank;
     int32_t least = code;
-    for (const int32_t related : related_codes(code))
+    for (const int32_t related : related_codes(code)) {
         least = related != 0 ? std::min(least, related) : least;
+    }
     const bool is_own_threshold = code >= own_threshold_codes;
-    if (is_own_threshold)
+    if (is_own_threshold) {
         least = code - (code - own_threshold_codes) % 3;
+    }
     return table_code - code + least;
 }
 
@@ -149,8 +156,9 @@ std::string sensor_label(const Record &record) {
 
 std::string event_words(const Record &record) {
     char words[40];
-    if (record.type == system_event_record)
+    if (record.type == system_event_record) {
         return ipmi_access::event_words(record.event);
+    }
     snprintf(words, sizeof words, record.type >= first_oem_type ? "OEM record of type 0x%02x" : "record of type 0x%02x",
              record.type);
     return words;

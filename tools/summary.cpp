@@ -26,21 +26,24 @@ Json take_summary(ReplayApart &replay) {
 // A line's cells. Totals have no name and no worst fault.
 Cells cells_of(const std::string &name, const Json &summary, const std::string &worst) {
     Cells cells = {name, std::to_string(summary["records"].get<size_t>())};
-    for (const char *severity : severities)
+    for (const char *severity : severities) {
         cells.push_back(std::to_string(summary["by_severity"][severity].get<size_t>()));
+    }
     cells.push_back(std::to_string(summary["refused_serious"].get<size_t>()));
     cells.push_back(worst);
     return cells;
 }
 
 void add_to(Json &totals, const Json &summary) {
-    if (totals.is_null())
+    if (totals.is_null()) {
         totals = Json::object();
+    }
     for (const auto &[key, value] : summary.items()) {
-        if (value.is_number())
+        if (value.is_number()) {
             totals[key] = totals.value(key, size_t{0}) + value.get<size_t>();
-        else if (value.is_object())
+        } else if (value.is_object()) {
             add_to(totals[key], value);
+        }
     }
 }
 
@@ -48,43 +51,50 @@ class SummaryPrinter {
 public:
     SummaryPrinter(const std::vector<CaptureFiles> &captures, const ReplayOptions &options)
         : format_(options.view.format), table_(columns(captures), options.view.line_width()) {
-        if (format_ == "text")
+        if (format_ == "text") {
             table_.print_head(stdout);
-        else if (format_ == "csv")
+        } else if (format_ == "csv") {
             puts("server,records,critical,major,minor,warning,info,serious,worst");
+        }
     }
 
     void print(const std::string &name, const Json &summary) {
         add_to(totals_, summary);
         servers_++;
         print_cells(cells_of(name, summary, summary["worst"].is_string() ? summary["worst"].get<std::string>() : "-"));
-        if (format_ == "json")
+        if (format_ == "json") {
             puts(summary.dump().c_str());
+        }
     }
 
     void print_totals(size_t unreadable) {
-        if (format_ != "text" || servers_ == 0)
+        if (format_ != "text" || servers_ == 0) {
             return;
+        }
         putchar('\n');
         print_cells(cells_of("all", totals_, std::to_string(servers_) + (servers_ == 1 ? " server" : " servers")));
-        if (unreadable != 0)
+        if (unreadable != 0) {
             printf("%zu could not be replayed\n", unreadable);
+        }
     }
 
 private:
     static std::vector<Column> columns(const std::vector<CaptureFiles> &captures) {
         size_t width = 6;
-        for (const CaptureFiles &files : captures)
+        for (const CaptureFiles &files : captures) {
             width = std::max(width, text_width(files.name));
+        }
         return {{"SERVER", width},  {"RECORDS", 7, true},    {"CRITICAL", 8, true}, {"MAJOR", 5, true},
                 {"MINOR", 5, true}, {"WARNING", 7, true, 2}, {"INFO", 5, true, 1},  {"SERIOUS REFUSED", 15, true},
                 {"WORST FAULT", 11}};
     }
     void print_cells(const Cells &cells) {
-        if (format_ == "text")
+        if (format_ == "text") {
             table_.print(stdout, cells, cells.size(), "");
-        for (size_t i = 0; format_ == "csv" && i < cells.size(); i++)
+        }
+        for (size_t i = 0; format_ == "csv" && i < cells.size(); i++) {
             printf("%s\"%s\"%s", i == 0 ? "" : ",", cells[i].c_str(), i + 1 == cells.size() ? "\n" : "");
+        }
     }
 
     std::string format_;

@@ -31,8 +31,9 @@ public:
             fd_ = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
             writable_ = false;
         }
-        if (fd_ < 0)
+        if (fd_ < 0) {
             refuse(path_, "cannot open");
+        }
     }
     ~TableFile() { close(fd_); }
     TableFile(const TableFile &) = delete;
@@ -43,16 +44,19 @@ public:
         flock shared{};
         shared.l_type = F_RDLCK;
         shared.l_whence = SEEK_SET;
-        if ((writable_ ? lockf(fd_, F_LOCK, 0) : fcntl(fd_, F_SETLKW, &shared)) != 0)
+        if ((writable_ ? lockf(fd_, F_LOCK, 0) : fcntl(fd_, F_SETLKW, &shared)) != 0) {
             refuse(path_, "cannot lock");
+        }
     }
 
     size_t size() const {
         struct stat status {};
-        if (fstat(fd_, &status) != 0)
+        if (fstat(fd_, &status) != 0) {
             refuse(path_, "cannot read");
-        if (!S_ISREG(status.st_mode))
+        }
+        if (!S_ISREG(status.st_mode)) {
             throw Refusal(path_ + ": not a regular file");
+        }
         return static_cast<size_t>(status.st_size);
     }
 
@@ -61,10 +65,12 @@ public:
         size_t done = 0;
         while (done < size) {
             const ssize_t got = read(fd_, static_cast<char *>(bytes) + done, size - done);
-            if (got < 0 && errno != EINTR)
+            if (got < 0 && errno != EINTR) {
                 refuse(path_, "cannot read");
-            if (got == 0)
+            }
+            if (got == 0) {
                 return false;
+            }
             done += got > 0 ? static_cast<size_t>(got) : 0;
         }
         return true;
@@ -81,15 +87,18 @@ private:
 // Empty when the pair agrees, else how it disagrees.
 std::string read_pair(const TableFile &entries, const TableFile &count_file, std::vector<fe_write_buf> &faults) {
     uint32_t count = 0;
-    if (count_file.size() != sizeof count || !count_file.read_whole(&count, sizeof count))
+    if (count_file.size() != sizeof count || !count_file.read_whole(&count, sizeof count)) {
         return count_file.path() + " is " + std::to_string(count_file.size()) + " bytes long, not 4";
-    if (count > FE_TABLE_MAX_FAULTS)
+    }
+    if (count > FE_TABLE_MAX_FAULTS) {
         return count_file.path() + " counts " + std::to_string(count) + " faults, more than a table has";
+    }
     faults.resize(count);
     const size_t size = count * sizeof(fe_write_buf);
-    if (entries.size() != size || !entries.read_whole(faults.data(), size))
+    if (entries.size() != size || !entries.read_whole(faults.data(), size)) {
         return entries.path() + " is " + std::to_string(entries.size()) + " bytes long, but " + count_file.path() +
                " counts " + std::to_string(count) + " faults of 960 bytes";
+    }
     return "";
 }
 
@@ -103,10 +112,12 @@ std::vector<fe_write_buf> read_table_files(const std::string &directory) {
         entries.lock();
         count_file.lock();
         const std::string disagreement = read_pair(entries, count_file, faults);
-        if (disagreement.empty())
+        if (disagreement.empty()) {
             return faults;
-        if (attempt == attempts)
+        }
+        if (attempt == attempts) {
             throw Refusal(disagreement + ": the table is being rewritten, or was cut off");
+        }
         std::this_thread::sleep_for(between_attempts);
     }
 }

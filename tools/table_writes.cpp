@@ -25,8 +25,9 @@ void note_failure(int fd, const char *reason) {
     const std::string path = path_of(fd);
     const bool is_table = path.ends_with("/fe_table.entry") || path.ends_with("/fe_table.sz");
     const std::lock_guard lock(failure_lock);
-    if (is_table && failure.empty())
+    if (is_table && failure.empty()) {
         failure = path + ": " + reason;
+    }
 }
 
 } // namespace
@@ -39,8 +40,9 @@ std::string table_write_failure() {
 extern "C" ssize_t write(int fd, const void *bytes, size_t size) {
     static const auto libc_function = reinterpret_cast<decltype(&write)>(dlsym(RTLD_NEXT, "write"));
     const ssize_t written = libc_function(fd, bytes, size);
-    if (written >= 0 && static_cast<size_t>(written) == size)
+    if (written >= 0 && static_cast<size_t>(written) == size) {
         return written;
+    }
     const int error = errno;
     note_failure(fd, written < 0 ? strerror(error) : "it could not be written whole");
     errno = error;

@@ -23,15 +23,18 @@ bool continues(char c) {
 
 // Cut in the middle: related names differ at their ends.
 std::string shortened(const std::string &text, size_t width) {
-    if (text_width(text) <= width)
+    if (text_width(text) <= width) {
         return text;
+    }
     const size_t tail = width * 2 / 3;
     size_t head_end = 0;
-    for (size_t seen = 0; seen < width - tail; head_end++)
+    for (size_t seen = 0; seen < width - tail; head_end++) {
         seen += !continues(text[head_end + 1]);
+    }
     size_t tail_start = text.size();
-    for (size_t seen = 0; seen < tail; seen += !continues(text[tail_start]))
+    for (size_t seen = 0; seen < tail; seen += !continues(text[tail_start])) {
         tail_start--;
+    }
     return text.substr(0, head_end - 1) + '~' + text.substr(tail_start);
 }
 
@@ -46,31 +49,38 @@ TextTable::TextTable(std::vector<Column> columns, size_t line_width)
     : columns_(std::move(columns)), shown_(columns_.size(), true), line_width_(line_width) {}
 
 void TextTable::fit(const Cells &cells) {
-    for (size_t i = 0; i < cells.size(); i++)
+    for (size_t i = 0; i < cells.size(); i++) {
         columns_[i].width = std::max(columns_[i].width, text_width(cells[i]));
+    }
 }
 
 size_t TextTable::width_before_last() const {
     size_t width = 0;
-    for (size_t i = 0; i + 1 < columns_.size(); i++)
+    for (size_t i = 0; i + 1 < columns_.size(); i++) {
         width += shown_[i] ? std::max(columns_[i].width, text_width(columns_[i].head)) + 1 : 0;
+    }
     return width;
 }
 
 void TextTable::drop_columns() {
-    if (std::exchange(dropped_, true) || line_width_ == 0)
+    if (std::exchange(dropped_, true) || line_width_ == 0) {
         return;
+    }
     const size_t last = std::max(columns_.back().width, least_last_width);
-    for (int turn = 1; turn <= static_cast<int>(columns_.size()); turn++)
-        for (size_t i = 0; i < columns_.size(); i++)
-            if (columns_[i].goes == turn && width_before_last() + last > line_width_)
+    for (int turn = 1; turn <= static_cast<int>(columns_.size()); turn++) {
+        for (size_t i = 0; i < columns_.size(); i++) {
+            if (columns_[i].goes == turn && width_before_last() + last > line_width_) {
                 shown_[i] = false;
+            }
+        }
+    }
 }
 
 void TextTable::print_head(FILE *out) {
     Cells heads;
-    for (const Column &column : columns_)
+    for (const Column &column : columns_) {
         heads.emplace_back(column.head);
+    }
     print(out, heads, columns_.size(), "");
 }
 
@@ -78,8 +88,9 @@ void TextTable::print(FILE *out, const Cells &cells, size_t coloured_column, con
     drop_columns();
     std::string line;
     for (size_t i = 0; i + 1 < columns_.size(); i++) {
-        if (!shown_[i])
+        if (!shown_[i]) {
             continue;
+        }
         const bool coloured = i == coloured_column && *colour != '\0';
         const std::string cell = padded(cells[i], columns_[i]);
         line += (coloured ? colour + cell + no_colour : cell) + ' ';
@@ -97,8 +108,9 @@ size_t text_width(const std::string &text) {
 
 size_t terminal_width() {
     winsize window{};
-    if (!isatty(STDOUT_FILENO))
+    if (!isatty(STDOUT_FILENO)) {
         return 0;
+    }
     return ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col != 0 ? window.ws_col : usual_line_width;
 }
 

@@ -10,38 +10,45 @@ namespace {
 void print_records(const story::Totals &totals) {
     printf("\nrecords    %6zu read: %zu processed, %zu ignored, %zu refused\n", totals.records, totals.processed,
            totals.ignored, totals.refused_in_all());
-    if (totals.left_out != 0)
+    if (totals.left_out != 0) {
         printf("           %6zu left out because of the stop\n", totals.left_out);
+    }
 }
 
 void print_records_left(size_t records) {
-    if (records != 0)
+    if (records != 0) {
         printf("           %6zu records left in the FIFO\n", records);
+    }
 }
 
 void print_requests(const story::Totals &totals, const RequestsSeen &requests) {
     printf("requests   %6zu taken: %zu processed, %zu refused\n", requests.counts.taken, totals.requests_processed,
            totals.requests - totals.requests_processed);
-    if (requests.counts.wrong_size != 0)
+    if (requests.counts.wrong_size != 0) {
         printf("           %6zu dropped: not 52 bytes\n", requests.counts.wrong_size);
-    if (const size_t left = requests.left + requests.counts.not_taken; left != 0)
+    }
+    if (const size_t left = requests.left + requests.counts.not_taken; left != 0) {
         printf("           %6zu not taken before the stop\n", left);
+    }
 }
 
 void print_faults(const story::Totals &totals, size_t active) {
-    if (totals.nothing_to_clear + totals.not_stored != 0)
+    if (totals.nothing_to_clear + totals.not_stored != 0) {
         printf("           %6zu processed with nothing to clear, %zu not dispatched or not stored\n",
                totals.nothing_to_clear, totals.not_stored);
+    }
     printf("faults     %6zu created, %zu repeated, %zu cleared, %zu evicted, %zu active\n", totals.created,
            totals.repeated, totals.cleared, totals.evicted, active);
-    if (totals.recovered != 0)
+    if (totals.recovered != 0) {
         printf("           %6zu of the cleared ones dropped because their sensors have recovered\n", totals.recovered);
+    }
 }
 
 // What the stale pass took away.
 void print_recovered(const std::vector<story::Fault> &faults, size_t line_width) {
-    if (faults.empty())
+    if (faults.empty()) {
         return;
+    }
     printf("\ndropped, because their sensors have recovered:\n");
     print_fault_list(stdout, faults, line_width);
 }
@@ -51,8 +58,9 @@ public:
     explicit TextView(const ViewOptions &options) : options_(options), changes_(options.line_width()) {}
 
     void change(const story::Change &change) override {
-        if (!options_.filter.passes(change))
+        if (!options_.filter.passes(change)) {
             return;
+        }
         if (change.live) {
             changes_.print(change);
             any_change_ = true;
@@ -61,17 +69,20 @@ public:
         }
     }
     void refused(const story::Refused &refused) override {
-        if (options_.filter.passes(refused))
+        if (options_.filter.passes(refused)) {
             refused_.add(refused);
+        }
     }
     void end(const story::Ending &ending, const RequestsSeen *requests) override {
         const size_t width = options_.line_width();
-        if (any_change_)
+        if (any_change_) {
             putchar('\n');
+        }
         print_fault_list(stdout, options_.filter.select(ending.active), width);
         print_recovered(recovered_, width);
-        if (options_.refused != "none")
+        if (options_.refused != "none") {
             refused_.print(options_.refused == "all", width);
+        }
         print_records(ending.totals);
         if (requests != nullptr) {
             print_records_left(requests->records_left);

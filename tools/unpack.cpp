@@ -36,8 +36,9 @@ Bytes collect(const std::string &path, Step step) {
     uint8_t block[16384];
     while (const size_t got = step(block, sizeof block)) {
         all.insert(all.end(), block, block + got);
-        if (all.size() > ipmi_access::max_capture_size)
+        if (all.size() > ipmi_access::max_capture_size) {
             fail(path, "unpacked it is larger than any capture");
+        }
     }
     return all;
 }
@@ -46,8 +47,9 @@ Bytes collect(const std::string &path, Step step) {
 Bytes gunzip(Bytes packed, const std::string &path) {
     z_stream stream{};
     constexpr int gzip_only = 16 + MAX_WBITS;
-    if (inflateInit2(&stream, gzip_only) != Z_OK)
+    if (inflateInit2(&stream, gzip_only) != Z_OK) {
         fail(path, "no memory to unpack it");
+    }
     const struct End {
         ~End() { inflateEnd(stream); }
         z_stream *stream;
@@ -61,8 +63,9 @@ Bytes gunzip(Bytes packed, const std::string &path) {
         while (!ended && stream.avail_out == size) {
             const int result = inflate(&stream, Z_NO_FLUSH);
             ended = result == Z_STREAM_END;
-            if (result != Z_OK && !ended)
+            if (result != Z_OK && !ended) {
                 fail(path, "the gzip file is torn");
+            }
         }
         return size - stream.avail_out;
     });
@@ -73,8 +76,9 @@ Bytes gunzip(Bytes packed, const std::string &path) {
 Bytes unxz(const Bytes &packed, const std::string &path) {
     lzma_stream stream = LZMA_STREAM_INIT;
     constexpr uint64_t most_memory = uint64_t{128} << 20;
-    if (lzma_stream_decoder(&stream, most_memory, 0) != LZMA_OK)
+    if (lzma_stream_decoder(&stream, most_memory, 0) != LZMA_OK) {
         fail(path, "no memory to unpack it");
+    }
     const struct End {
         ~End() { lzma_end(stream); }
         lzma_stream *stream;
@@ -88,8 +92,9 @@ Bytes unxz(const Bytes &packed, const std::string &path) {
         while (!ended && stream.avail_out == size) {
             const lzma_ret result = lzma_code(&stream, LZMA_FINISH);
             ended = result == LZMA_STREAM_END;
-            if (result != LZMA_OK && !ended)
+            if (result != LZMA_OK && !ended) {
                 fail(path, "the xz file is torn");
+            }
         }
         return size - stream.avail_out;
     });

@@ -53,8 +53,9 @@ int exit_code(const ViewOptions &options, const std::vector<story::Fault> &activ
 }
 
 std::unique_ptr<View> make_view(const ViewOptions &options) {
-    if (options.format == "json")
+    if (options.format == "json") {
         return make_json_view(options);
+    }
     return options.format == "csv" ? make_csv_view(options) : make_text_view(options);
 }
 

@@ -31,10 +31,10 @@ struct ViewOptions {
 
     size_t line_width() const;
 };
-void add_format_options(CLI::App &app, ViewOptions &options);  // --format, --width
-void add_fail_on_option(CLI::App &app, ViewOptions &options);  // --fail-on
-void add_refused_option(CLI::App &app, ViewOptions &options);  // --refused
-void add_view_options(CLI::App &app, ViewOptions &options);    // these and those of the filter
+void add_format_options(CLI::App &app, ViewOptions &options); // --format, --width
+void add_fail_on_option(CLI::App &app, ViewOptions &options); // --fail-on
+void add_refused_option(CLI::App &app, ViewOptions &options); // --refused
+void add_view_options(CLI::App &app, ViewOptions &options);   // these and those of the filter
 
 // What --fail-on makes of the active faults.
 int exit_code(const ViewOptions &options, const std::vector<story::Fault> &active);

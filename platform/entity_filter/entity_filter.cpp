@@ -31,8 +31,9 @@ void fill_code(fe_write_buf &record, const FaultChoice &choice) {
     const int32_t shift = codes_per_rank * static_cast<int32_t>(std::min(hooks.sensor_rank(record.sens_num), 255U));
     record.vemoFaultCode = choice.code + shift;
     record.ProbableCause = choice.probable_cause;
-    if (choice.related[0] == 0)
+    if (choice.related[0] == 0) {
         return;
+    }
     record.related_FaultCode.related_fc[0] = record.vemoFaultCode;
     std::ranges::transform(choice.related, &record.related_FaultCode.related_fc[1],
                            [shift](int32_t code) { return code == 0 ? 0 : code + shift; });
@@ -47,18 +48,20 @@ void fill_time(fe_write_buf &record) {
 void fill_names(fe_write_buf &record, const char *detail) {
     char type[32];
     const char *known_type = sensor_type_name(record.entity_type);
-    if (known_type != nullptr)
+    if (known_type != nullptr) {
         snprintf(type, sizeof type, "%s", known_type);
-    else
+    } else {
         snprintf(type, sizeof type, "Sensor type 0x%02x", record.entity_type);
+    }
     snprintf(record.FaultName, sizeof record.FaultName, "%s %s", type, detail);
 
     char entity[24];
     const char *known_entity = entity_name(record.entity_id);
-    if (known_entity != nullptr)
+    if (known_entity != nullptr) {
         snprintf(entity, sizeof entity, "%s", known_entity);
-    else
+    } else {
         snprintf(entity, sizeof entity, "entity-%u", record.entity_id);
+    }
     snprintf(record.entity_RN, sizeof record.entity_RN, "%s-%d", entity, record.entity_instance);
     snprintf(record.fault_RN, sizeof record.fault_RN, "fault-%d", record.vemoFaultCode);
     snprintf(record.entity_DN, sizeof record.entity_DN, "sys/%s", record.entity_RN);

@@ -166,10 +166,13 @@ const SensorKind *find_sensor_type(uint8_t sensor_type) {
 
 // A fault number that says no threshold leaves the severity to tell the level.
 Threshold threshold_of(const fe_read_buf &request) {
-    if (request.fe_fault_num != no_fault_number)
-        for (const ThresholdNumbers &row : threshold_numbers)
-            if (std::ranges::find(row.numbers, request.fe_fault_num) != row.numbers.end())
+    if (request.fe_fault_num != no_fault_number) {
+        for (const ThresholdNumbers &row : threshold_numbers) {
+            if (std::ranges::find(row.numbers, request.fe_fault_num) != row.numbers.end()) {
                 return row.threshold;
+            }
+        }
+    }
     switch (request.vemoFaultSeverity) {
     case FE_SEVERITY_CRITICAL: return upper_nr;
     case FE_SEVERITY_MAJOR: return upper_cr;
@@ -178,9 +181,11 @@ Threshold threshold_of(const fe_read_buf &request) {
 }
 
 std::array<int32_t, 6> codes_of(EntityClass entity, uint8_t sensor_type) {
-    for (const Measurement &measurement : measurements)
-        if (measurement.entity == entity && measurement.sensor_type == sensor_type)
+    for (const Measurement &measurement : measurements) {
+        if (measurement.entity == entity && measurement.sensor_type == sensor_type) {
             return measurement.codes;
+        }
+    }
     const int32_t first = own_code_of_threshold + 3 * sensor_type;
     return {first, first + 1, first + 2, first, first + 1, first + 2};
 }
@@ -189,18 +194,22 @@ std::array<int32_t, 6> codes_of(EntityClass entity, uint8_t sensor_type) {
 std::array<int32_t, 6> related_to(int32_t code, std::span<const int32_t> group) {
     std::array<int32_t, 6> related{};
     auto end = related.begin();
-    for (const int32_t other : group)
-        if (other != code && std::find(related.begin(), end, other) == end)
+    for (const int32_t other : group) {
+        if (other != code && std::find(related.begin(), end, other) == end) {
             *end++ = other;
+        }
+    }
     return related;
 }
 
 int32_t cause_of(const fe_read_buf &request) {
-    if (request.eventType == predictive_failure || request.eventType == redundancy)
+    if (request.eventType == predictive_failure || request.eventType == redundancy) {
         return degraded;
+    }
     const SensorKind *type = find_sensor_type(request.entity_type);
-    if (type != nullptr && type->probable_cause != 0)
+    if (type != nullptr && type->probable_cause != 0) {
         return type->probable_cause;
+    }
     return request.vemoFaultSeverity >= FE_SEVERITY_MAJOR ? inoperable : degraded;
 }
 
@@ -213,12 +222,15 @@ FaultChoice choose_threshold_fault(EntityClass entity, const fe_read_buf &reques
 } // namespace
 
 FaultChoice choose_fault(EntityClass entity, const fe_read_buf &request) {
-    if (request.eventType == threshold_event)
+    if (request.eventType == threshold_event) {
         return choose_threshold_fault(entity, request);
-    for (const DiscreteFault &fault : discrete_faults)
+    }
+    for (const DiscreteFault &fault : discrete_faults) {
         if (fault.entity == entity && fault.number == request.fe_fault_num &&
-            (fault.sensor_type == any_sensor_type || fault.sensor_type == request.entity_type))
+            (fault.sensor_type == any_sensor_type || fault.sensor_type == request.entity_type)) {
             return {fault.code, {fault.related}, fault.probable_cause, fault.detail};
+        }
+    }
     const bool known = request.fe_fault_num != no_fault_number && request.fe_fault_num != logical_entity_event;
     return {known ? own_code_of_number + request.fe_fault_num : own_code_of_sensor_type + request.entity_type,
             {},

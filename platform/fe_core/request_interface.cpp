@@ -22,21 +22,24 @@ std::atomic<size_t> wrong_size;
 enum class Received { request, nothing, failure };
 
 void drop(ssize_t size) {
-    if (wrong_size++ == 0)
+    if (wrong_size++ == 0) {
         fprintf(stderr, "a datagram of %zd bytes dropped: a fault request has %zu (said once, the rest is counted)\n",
                 size, sizeof(fe_read_buf));
+    }
 }
 
 Received receive(fe_read_buf &request) {
     const ssize_t size = recv(request_socket, &request, sizeof request, MSG_DONTWAIT | MSG_TRUNC);
-    if (size == static_cast<ssize_t>(sizeof request))
+    if (size == static_cast<ssize_t>(sizeof request)) {
         return Received::request;
+    }
     if (size >= 0) {
         drop(size);
         return Received::nothing;
     }
-    if (errno == EAGAIN || errno == EINTR)
+    if (errno == EAGAIN || errno == EINTR) {
         return Received::nothing;
+    }
     fprintf(stderr, "the socket of fault requests fails: %s\n", strerror(errno));
     return Received::failure;
 }
@@ -46,10 +49,12 @@ void run_interface(fe_read_buf_struct *read_buffer) {
     fe_read_buf request;
     while (engine_stop.await(-1, request_socket) != Woken::by_event && fe_flag(&fe_not_running) == 0) {
         const Received received = receive(request);
-        if (received == Received::failure)
+        if (received == Received::failure) {
             return;
-        if (received == Received::nothing)
+        }
+        if (received == Received::nothing) {
             continue;
+        }
         place_request(*read_buffer, request);
         if (!await_taken(*read_buffer)) {
             not_taken++;
@@ -76,8 +81,9 @@ void place_request(fe_read_buf_struct &buffer, const fe_read_buf &request) {
 // A stop() alone is no reason to give it up.
 bool await_taken(fe_read_buf_struct &buffer) {
     pthread_mutex_lock(&buffer.fe_read_wait_mutex);
-    while (fe_flag(&fe_read_complete) != 0 && fe_flag(&fe_not_running) == 0)
+    while (fe_flag(&fe_read_complete) != 0 && fe_flag(&fe_not_running) == 0) {
         pthread_cond_wait(&buffer.fe_read_wait_cond, &buffer.fe_read_wait_mutex);
+    }
     const bool was_taken = fe_flag(&fe_read_complete) == 0;
     pthread_mutex_unlock(&buffer.fe_read_wait_mutex);
     return was_taken;

@@ -14,10 +14,12 @@ StopEvent pauses_end;
 
 void StopEvent::arm() {
     const int armed = eventfd(0, EFD_CLOEXEC);
-    if (armed < 0)
+    if (armed < 0) {
         throw std::system_error(errno, std::generic_category(), "eventfd");
-    if (fd_ >= 0)
+    }
+    if (fd_ >= 0) {
         close(fd_);
+    }
     fd_ = armed;
 }
 
@@ -33,8 +35,9 @@ Woken StopEvent::await(int timeout_ms, int input) const {
     do
         ready = poll(events, 2, timeout_ms);
     while (ready < 0 && errno == EINTR);
-    if (events[0].revents != 0)
+    if (events[0].revents != 0) {
         return Woken::by_event;
+    }
     return ready == 0 ? Woken::by_time : Woken::by_input;
 }
 

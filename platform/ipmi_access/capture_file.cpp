@@ -13,8 +13,9 @@ namespace {
 
 struct CloseFile {
     void operator()(FILE *file) const {
-        if (file != stdin)
+        if (file != stdin) {
             fclose(file);
+        }
     }
 };
 
@@ -30,17 +31,20 @@ constexpr size_t sel_record_size = 16;
 
 std::vector<uint8_t> read_capture(const std::string &path) {
     const std::unique_ptr<FILE, CloseFile> file(path == "-" ? stdin : fopen(path.c_str(), "rb"));
-    if (!file)
+    if (!file) {
         fail_with_errno(path, "cannot open");
+    }
     std::vector<uint8_t> bytes;
     uint8_t block[4096];
     while (const size_t got = fread(block, 1, sizeof block, file.get())) {
         bytes.insert(bytes.end(), block, block + got);
-        if (bytes.size() > max_capture_size)
+        if (bytes.size() > max_capture_size) {
             throw CaptureError(path + ": larger than any capture (" + std::to_string(max_capture_size) + " bytes)");
+        }
     }
-    if (ferror(file.get()))
+    if (ferror(file.get())) {
         fail_with_errno(path, "cannot read");
+    }
     return bytes;
 }
 
@@ -53,8 +57,9 @@ void warn_at(Warnings &warnings, const std::string &path, size_t offset, const s
 }
 
 bool looks_like_sdr(std::span<const uint8_t> bytes) {
-    if (bytes.size() < sdr_header || bytes[2] != sdr_version)
+    if (bytes.size() < sdr_header || bytes[2] != sdr_version) {
         return false;
+    }
     const size_t next = sdr_header + bytes[4];
     return bytes.size() < next + sdr_header || bytes[next + 2] == sdr_version;
 }

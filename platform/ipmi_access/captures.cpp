@@ -51,8 +51,9 @@ sel_list_entry list_entry(const sel_record &record) {
 
 int32_t sensor_data(int32_t sensor_number, uint32_t *record_type, sensor_data_record *sensor) {
     const Sensor *found = find_sensor(static_cast<uint32_t>(sensor_number));
-    if (found == nullptr)
+    if (found == nullptr) {
         return failed;
+    }
     *record_type = found->record_type;
     *sensor = {};
     sensor->sensor_number = found->number;
@@ -67,8 +68,9 @@ int32_t sensor_reading(int32_t sensor_number, uint32_t *reading, uint32_t *statu
     const Readings &readings = server.readings;
     const bool is_number = sensor_number >= 0 && sensor_number < 256;
     const auto found = is_number ? readings.find(static_cast<uint8_t>(sensor_number)) : readings.end();
-    if (found == readings.end())
+    if (found == readings.end()) {
         return failed;
+    }
     *reading = 0;
     *status = 0;
     *state = found->second;
@@ -83,8 +85,7 @@ int32_t attach(sel_text_rec *text) {
 int32_t put_event_text(uint32_t, const sel_entry_fields *fields, sel_text_rec *text) {
     const Event event{static_cast<uint8_t>(fields->sensor_type), static_cast<uint8_t>(fields->event_type),
                       static_cast<uint8_t>(fields->event_data_1 & 0x0F), fields->event_direction != 0};
-    text->event_length =
-        write_text(text->event, event_text(sensor_name(fields->sensor_number), event));
+    text->event_length = write_text(text->event, event_text(sensor_name(fields->sensor_number), event));
     text->timestamp_length = write_text(text->timestamp, std::to_string(fields->timestamp));
     write_time_text(text->date, fields->timestamp);
     return 0;
@@ -121,7 +122,8 @@ int32_t put_extended_text(const uint8_t *bytes, int32_t, char *timestamp, uint16
     const uint32_t seconds = ByteCursor(record.timestamp).u32();
     const size_t room = *timestamp_length;
     *timestamp_length = static_cast<uint16_t>(snprintf(timestamp, room, "%u", seconds) + 1);
-    snprintf(event, sizeof(sel_text_rec::event), "%s", event_text(sensor_name(static_cast<uint32_t>(sensor_number)), fields).c_str());
+    snprintf(event, sizeof(sel_text_rec::event), "%s",
+             event_text(sensor_name(static_cast<uint32_t>(sensor_number)), fields).c_str());
     *flag_1 = 0;
     *flag_2 = 0;
     return 0;
@@ -150,9 +152,11 @@ Hooks hooks = {
 
 void serve(Capture capture) {
     server = std::move(capture);
-    for (const auto &sensor : server.sensors)
-        if (sensor)
+    for (const auto &sensor : server.sensors) {
+        if (sensor) {
             ranks[sensor->number] = rank_among(server.sensors, *sensor);
+        }
+    }
     limit_walk(server.records.size());
 }
 

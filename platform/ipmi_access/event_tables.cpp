@@ -9,8 +9,9 @@ namespace {
 
 consteval uint16_t offsets(std::initializer_list<unsigned> list) {
     unsigned mask = 0;
-    for (const unsigned offset : list)
+    for (const unsigned offset : list) {
         mask |= 1U << offset;
+    }
     return static_cast<uint16_t>(mask);
 }
 constexpr uint16_t none = 0;

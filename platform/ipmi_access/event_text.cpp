@@ -23,8 +23,9 @@ bool name_is_second_word(const std::string &name) {
 std::string event_words(const Event &event) {
     const char *end = event.deasserted ? " - Deasserted" : "";
     const EventRow *row = find_row(event);
-    if (row != nullptr && row->words[event.offset] != nullptr)
+    if (row != nullptr && row->words[event.offset] != nullptr) {
         return std::string(row->words[event.offset]) + end;
+    }
     char unknown[48];
     snprintf(unknown, sizeof unknown, "Event Offset 0x%x%s", event.offset, end);
     return unknown;

@@ -45,13 +45,15 @@ Record take_record(ByteCursor &dump, const std::string &path) {
     record.version = dump.u8();
     record.type = dump.u8();
     const uint8_t length = dump.u8();
-    if (dump.ran_out())
+    if (dump.ran_out()) {
         fail_at(path, record.offset, "the record is cut short in its header");
+    }
     record.body = dump.take(length);
-    if (dump.ran_out())
+    if (dump.ran_out()) {
         fail_at(path, record.offset,
                 "the record is cut short: it has " + std::to_string(record.body.size()) + " of " +
                     std::to_string(length) + " bytes");
+    }
     return record;
 }
 
@@ -71,8 +73,9 @@ std::string decode_6_bit(std::span<const uint8_t> bytes) {
     unsigned count = 0;
     for (const uint8_t byte : bytes) {
         bits |= static_cast<uint32_t>(byte) << count;
-        for (count += 8; count >= 6; count -= 6, bits >>= 6)
+        for (count += 8; count >= 6; count -= 6, bits >>= 6) {
             text += static_cast<char>(' ' + (bits & 0x3F));
+        }
     }
     return text;
 }
@@ -102,11 +105,13 @@ std::string one_word(std::string name) {
 
 // What is added to the name of one of the sensors that share a record: a number, or A to Z, AA, AB, ...
 std::string name_modifier(bool alphabetic, unsigned value) {
-    if (!alphabetic)
+    if (!alphabetic) {
         return std::to_string(value);
+    }
     std::string letters;
-    for (unsigned rest = value + 1; rest != 0; rest = (rest - 1) / 26)
+    for (unsigned rest = value + 1; rest != 0; rest = (rest - 1) / 26) {
         letters.insert(letters.begin(), static_cast<char>('A' + (rest - 1) % 26));
+    }
     return letters;
 }
 
@@ -118,8 +123,9 @@ struct Sharing {
 };
 
 Sharing read_sharing(const Layout &layout, std::span<const uint8_t> body) {
-    if (layout.sharing == 0)
+    if (layout.sharing == 0) {
         return {};
+    }
     const uint8_t first = body[layout.sharing];
     const uint8_t second = body[layout.sharing + size_t{1}];
     return {std::max(first & 0x0FU, 1U), (second & 0x80) != 0, (first & 0x30) == 0x10, second & 0x7FU};
@@ -130,14 +136,16 @@ void add_sensors(Sensors &sensors, const Layout &layout, std::span<const uint8_t
     const std::string label = trimmed(decode_name(body[layout.name], body.subspan(layout.name + size_t{1})));
     for (unsigned i = 0; i < sharing.count && body[number_offset] + i < sensors.size(); i++) {
         const unsigned number = body[number_offset] + i;
-        if (sensors[number])
+        if (sensors[number]) {
             continue;
+        }
         const unsigned instance = body[entity_instance_offset] + (sharing.steps_instance ? i : 0);
         std::string own = label;
-        if (label.empty())
+        if (label.empty()) {
             own = unnamed_sensor(number);
-        else if (sharing.count > 1)
+        } else if (sharing.count > 1) {
             own += name_modifier(sharing.alphabetic, sharing.modifier_offset + i);
+        }
         sensors[number] = Sensor{layout.record_type,
                                  body[owner_offset],
                                  static_cast<uint8_t>(body[lun_offset] & lun_mask),
@@ -158,8 +166,9 @@ std::string fault_of(const Record &record, const Layout *layout) {
         snprintf(what, sizeof what, "version 0x%02x is not that of a sensor data record", record.version);
         return what;
     }
-    if (layout == nullptr || record.body.size() > layout->name)
+    if (layout == nullptr || record.body.size() > layout->name) {
         return "";
+    }
     return "a sensor's record of type " + std::to_string(record.type) + " is longer than " +
            std::to_string(record.body.size()) + " bytes";
 }
@@ -176,15 +185,18 @@ Sensors parse_sdr_dump(std::span<const uint8_t> dump, const std::string &path, W
         const Record record = take_record(cursor, path);
         const auto *found = std::ranges::find(layouts, record.type, &Layout::record_type);
         const Layout *layout = found == std::end(layouts) ? nullptr : found;
-        if (const std::string what = fault_of(record, layout); !what.empty())
+        if (const std::string what = fault_of(record, layout); !what.empty()) {
             wrong.emplace_back(record.offset, what);
-        else if (++right; layout != nullptr)
+        } else if (++right; layout != nullptr) {
             add_sensors(sensors, *layout, record.body);
+        }
     }
-    if (wrong.size() > right)
+    if (wrong.size() > right) {
         fail_at(path, wrong.front().first, wrong.front().second);
-    for (const auto &[offset, what] : wrong)
+    }
+    for (const auto &[offset, what] : wrong) {
         warn_at(warnings, path, offset, what + "; the record is passed over");
+    }
     return sensors;
 }
 

@@ -26,8 +26,9 @@ bool plausible(const sel_record &record) {
 
 std::vector<sel_record> parse_sel_dump(std::span<const uint8_t> dump, const std::string &path, Warnings &warnings) {
     std::vector<sel_record> records(dump.size() / sizeof(sel_record));
-    if (!records.empty())
+    if (!records.empty()) {
         memcpy(records.data(), dump.data(), records.size() * sizeof(sel_record));
+    }
     // A record that was cut in the middle of the file shows in the records behind it, which are out of step.
     const size_t rest = dump.size() % sizeof(sel_record);
     if (rest != 0) {
@@ -41,9 +42,11 @@ std::vector<sel_record> parse_sel_dump(std::span<const uint8_t> dump, const std:
         const auto first = std::ranges::find_if_not(records, of_known_type) - records.begin();
         fail_at(path, static_cast<size_t>(first) * sizeof(sel_record), "this is no SEL record, and most are none");
     }
-    for (size_t position = 0; position < records.size(); position++)
-        if (!of_known_type(records[position]))
+    for (size_t position = 0; position < records.size(); position++) {
+        if (!of_known_type(records[position])) {
             warn_at(warnings, path, position * sizeof(sel_record), "this is no SEL record; it is passed over");
+        }
+    }
     std::erase_if(records, [](const sel_record &record) { return !of_known_type(record); });
     return records;
 }

@@ -38,8 +38,9 @@ std::vector<std::string> columns_of(const std::string &line) {
 std::optional<uint32_t> hexadecimal(const std::string &text) {
     char *end = nullptr;
     const unsigned long value = strtoul(text.c_str(), &end, 16);
-    if (text.empty() || end == text.c_str() || (*end != '\0' && *end != 'h') || value > UINT16_MAX)
+    if (text.empty() || end == text.c_str() || (*end != '\0' && *end != 'h') || value > UINT16_MAX) {
         return std::nullopt;
+    }
     return static_cast<uint32_t>(value);
 }
 
@@ -56,12 +57,14 @@ Line ipmitool_line(const std::vector<std::string> &columns) {
     const std::string &status = columns[3];
     if (columns[2] == "discrete") {
         const auto word = status.starts_with("0x") ? hexadecimal(status) : std::nullopt;
-        if (!word)
+        if (!word) {
             return {columns[0], std::nullopt};
+        }
         return {columns[0], (*word >> 8 | *word << 8) & 0x7FFFU};
     }
-    if (status == "ok")
+    if (status == "ok") {
         return {columns[0], 0};
+    }
     const bool is_crossing = std::ranges::find(crossings, status) != std::end(crossings);
     return {columns[0], is_crossing ? std::optional(crossed) : std::nullopt};
 }
@@ -80,10 +83,12 @@ bool is_freeipmi(const std::vector<std::string> &columns) {
 // Empty for a line that says nothing of a sensor: a heading, a blank one.
 std::optional<Line> read_line(const std::string &text) {
     const std::vector<std::string> columns = columns_of(text);
-    if (is_freeipmi(columns))
+    if (is_freeipmi(columns)) {
         return freeipmi_line(columns);
-    if (columns.size() >= 4 && columns[0] != "ID")
+    }
+    if (columns.size() >= 4 && columns[0] != "ID") {
         return ipmitool_line(columns);
+    }
     return std::nullopt;
 }
 
@@ -91,15 +96,18 @@ std::optional<Line> read_line(const std::string &text) {
 class SensorsByName {
 public:
     explicit SensorsByName(const Sensors &sensors) {
-        for (const auto &sensor : sensors)
-            if (sensor)
+        for (const auto &sensor : sensors) {
+            if (sensor) {
                 names_[sensor->label].push_back(&*sensor);
+            }
+        }
     }
 
     const Sensor *take(const std::string &name) {
         auto found = names_.find(name);
-        if (found == names_.end() || found->second.empty())
+        if (found == names_.end() || found->second.empty()) {
             return nullptr;
+        }
         const Sensor *sensor = found->second.front();
         found->second.erase(found->second.begin());
         return sensor;
@@ -113,39 +121,47 @@ private:
 
 uint32_t state_word(const Sensor &sensor, uint32_t states) {
     const uint8_t type = sensor.event_type;
-    if (type == threshold_events)
+    if (type == threshold_events) {
         return states & crossed;
-    if ((type > threshold_events && type <= last_generic_type) || type == oem_events)
+    }
+    if ((type > threshold_events && type <= last_generic_type) || type == oem_events) {
         return states << first_state_bit;
-    if (type == sensor_specific && sensor.sensor_type == power_supply)
+    }
+    if (type == sensor_specific && sensor.sensor_type == power_supply) {
         return states == present ? present : present_and_failed;
+    }
     return states;
 }
 
 Readings parse_sensor_list(const std::string &text, const std::string &path, const Sensors &sensors,
                            Warnings &warnings) {
-    if (text.find('|') == text.npos)
+    if (text.find('|') == text.npos) {
         return parse_readings(text, path);
+    }
     Readings readings;
     SensorsByName by_name(sensors);
     size_t strange = 0, lines = 0;
     std::istringstream rest(text);
     for (std::string row; std::getline(rest, row);) {
         const std::optional<Line> line = read_line(row);
-        if (!line)
+        if (!line) {
             continue;
+        }
         lines++;
         const Sensor *sensor = by_name.take(line->name);
         strange += sensor == nullptr;
-        if (sensor != nullptr && line->states)
+        if (sensor != nullptr && line->states) {
             readings[sensor->number] = state_word(*sensor, *line->states);
+        }
     }
-    if (lines == 0)
+    if (lines == 0) {
         throw CaptureError(path + ": neither what \"ipmitool sensor\" nor what \"ipmi-sensors --output-event-bitmask\" "
                                   "prints");
-    if (strange != 0)
+    }
+    if (strange != 0) {
         warnings.push_back(path + ": " + std::to_string(strange) + " of " + std::to_string(lines) +
                            " lines name no sensor of the sensor data records");
+    }
     return readings;
 }
 

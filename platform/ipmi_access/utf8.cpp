@@ -15,13 +15,15 @@ uint32_t take_character(std::string_view &text) {
                           : first >> 4 == 0x0E ? 3
                           : first >> 3 == 0x1E ? 4
                                                : 0;
-    if (length == 0 || text.size() < length)
+    if (length == 0 || text.size() < length) {
         return invalid;
+    }
     constexpr uint32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
     uint32_t value = length == 1 ? first : first & (0x7FU >> length);
     for (const char next : text.substr(1, length - 1)) {
-        if ((static_cast<uint8_t>(next) & 0xC0) != 0x80)
+        if ((static_cast<uint8_t>(next) & 0xC0) != 0x80) {
             return invalid;
+        }
         value = value << 6 | (static_cast<uint8_t>(next) & 0x3FU);
     }
     text.remove_prefix(length);
@@ -29,9 +31,11 @@ uint32_t take_character(std::string_view &text) {
 }
 
 bool is_utf8(std::string_view text) {
-    while (!text.empty())
-        if (take_character(text) == invalid)
+    while (!text.empty()) {
+        if (take_character(text) == invalid) {
             return false;
+        }
+    }
     return true;
 }
 
@@ -57,14 +61,16 @@ std::string utf8_text(std::string_view text) {
         const std::string_view rest = text;
         const auto byte = static_cast<uint8_t>(text[0]);
         const uint32_t character = utf8 ? take_character(text) : byte;
-        if (!utf8)
+        if (!utf8) {
             text.remove_prefix(1);
-        if (is_control(character))
+        }
+        if (is_control(character)) {
             clean += '?';
-        else if (utf8)
+        } else if (utf8) {
             clean += rest.substr(0, rest.size() - text.size());
-        else
+        } else {
             append_latin_1(clean, byte);
+        }
     }
     return clean;
 }

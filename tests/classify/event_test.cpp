@@ -18,8 +18,9 @@ bool holds(const std::vector<int> &list, int code) {
 std::vector<int> codes(const std::string &text, int base) {
     std::vector<int> list;
     std::istringstream items(text);
-    for (std::string item; std::getline(items, item, ',') && item != "*";)
+    for (std::string item; std::getline(items, item, ',') && item != "*";) {
         list.push_back(std::stoi(item, nullptr, base));
+    }
     return list;
 }
 
@@ -36,23 +37,30 @@ Table read_table(const std::string &file) {
     std::istringstream lines(expected_text(file));
     for (std::string text, types, entities, sensor_types; std::getline(lines, text);) {
         std::istringstream words(text);
-        if (text.starts_with("#") || !(words >> types >> entities >> sensor_types))
+        if (text.starts_with("#") || !(words >> types >> entities >> sensor_types)) {
             continue;
+        }
         Line line = {codes(entities, 10), codes(sensor_types, 16), {}};
-        for (std::string cell; words >> cell;)
+        for (std::string cell; words >> cell;) {
             line.cells.push_back(signs.contains(cell) ? signs.at(cell) : std::stoi(cell));
-        for (size_t type = 0; type < table.size(); ++type)
-            if (holds(codes(types, 16), static_cast<int>(type)))
+        }
+        for (size_t type = 0; type < table.size(); ++type) {
+            if (holds(codes(types, 16), static_cast<int>(type))) {
                 table[type].insert(table[type].begin(), line);
+            }
+        }
     }
     return table;
 }
 
 int look_up(const Table &table, int type, int entity, int sensor_type, int offset) {
     const auto at = static_cast<size_t>(offset);
-    for (const auto &[entities, sensor_types, cells] : table[static_cast<size_t>(type)])
-        if (at < cells.size() && cells[at] != as_before && holds(entities, entity) && holds(sensor_types, sensor_type))
+    for (const auto &[entities, sensor_types, cells] : table[static_cast<size_t>(type)]) {
+        if (at < cells.size() && cells[at] != as_before && holds(entities, entity) &&
+            holds(sensor_types, sensor_type)) {
             return cells[at];
+        }
+    }
     return refused;
 }
 
@@ -64,8 +72,9 @@ int expect_fault_num(fe_read_buf *request, const sensor_data_record *sensor, con
     const int type = sel[12] & 0x7F, mem_type = holds(memory, id) ? type : 0, word = sensor->entity_id & 0xFF;
     const int entity = mem_type == 0 ? id : holds(memory, word) ? word : 256;
     int number = look_up(table, type, entity, sel[10], offset);
-    if ((mem_type == 0x6F || mem_type == 0x7F) && number != refused)
+    if ((mem_type == 0x6F || mem_type == 0x7F) && number != refused) {
         request->vemoFaultSeverity = mem_type == 0x6F ? 1 : offset == 9 || offset == 10 ? 3 : 0;
+    }
     if (mem_type == 0x70) {
         request->fe_fault_num = 64; // even if the offset is refused
         request->entity_group_instance = instance;
@@ -75,24 +84,29 @@ int expect_fault_num(fe_read_buf *request, const sensor_data_record *sensor, con
         request->entity_group_instance = static_cast<int>(static_cast<uint32_t>(instance) / 8);
         request->entity_instance = instance % 8 == 0 ? 8 : instance & 7;
     }
-    if (number == 35) // a power supply's configuration error
+    if (number == 35) { // a power supply's configuration error
         number += std::min(sel[15] & 0x0F, 5);
-    if (id == 49 && number == 63)
+    }
+    if (id == 49 && number == 63) {
         request->entity_instance = type == 0x08 ? 0 : offset;
-    if (number >= 0)
+    }
+    if (number >= 0) {
         request->fe_fault_num = number;
+    }
     return number == refused ? -1 : 0;
 }
 
 int expect_severity(fe_read_buf *request, const sensor_data_record *sensor, const uint8_t *sel) {
     static const Table table = read_table("classify/severities.txt");
     const auto entity = static_cast<int>(sensor->entity_id);
-    if ((sel[12] & 0x7F) == 0x7F && entity == 7)
+    if ((sel[12] & 0x7F) == 0x7F && entity == 7) {
         return -1;
+    }
     request->eventType = sel[12] & 0x7F;
     const int severity = look_up(table, sel[12], entity, sel[10], sel[13] & 0x0F);
-    if (severity >= 0)
+    if (severity >= 0) {
         request->vemoFaultSeverity = severity;
+    }
     return severity == refused ? -1 : expect_fault_num(request, sensor, sel);
 }
 
@@ -118,14 +132,17 @@ TEST(Classification, FollowsTheTables) {
     std::memset(bytes, 0x93, sizeof bytes);
     uint8_t *const sel = bytes + 1;
     std::vector<std::pair<int, int>> entities;
-    for (int entity = 0; entity < 256; entity++)
+    for (int entity = 0; entity < 256; entity++) {
         entities.emplace_back(entity, entity);
-    for (int id : {8, 25, 10, 11, 46})
-        for (int word : {0, 3, 7, 8, 10, 11, 23, 25, 32, 34, 0x103, 0x107, 0x108, 0x10A, 0x119, 0x120, -0xF8})
+    }
+    for (int id : {8, 25, 10, 11, 46}) {
+        for (int word : {0, 3, 7, 8, 10, 11, 23, 25, 32, 34, 0x103, 0x107, 0x108, 0x10A, 0x119, 0x120, -0xF8}) {
             entities.emplace_back(id, word);
+        }
+    }
     unsigned turn = 0;
-    for (unsigned dir_type = 0; dir_type < 256; dir_type++)
-        for (unsigned offset = 0; offset < 16; offset++)
+    for (unsigned dir_type = 0; dir_type < 256; dir_type++) {
+        for (unsigned offset = 0; offset < 16; offset++) {
             for (int sensor_type : {1, 2, 3, 4, 5, 8, 0xC, 0xD, 0x12, 0x21, 0x25, 0xC0}) { // all named ones, another
                 for (const auto &[id, word] : entities) {
                     constexpr int instances[] = {0, 7, 8, 40, 43, 5, -1, -8};
@@ -141,14 +158,19 @@ TEST(Classification, FollowsTheTables) {
                     const unsigned type = dir_type & 0x7F;
                     const bool has_severity =
                         (type >= 1 && type <= 0x0C) || type == 0x6F || type == 0x70 || type == 0x7F;
-                    if (has_severity || id % 2 == (dir_type < 128 ? 0 : 1))
+                    if (has_severity || id % 2 == (dir_type < 128 ? 0 : 1)) {
                         check(get_fault_num, expect_fault_num, request, sensor, sel);
-                    if (has_severity || turn % 32 == 0)
+                    }
+                    if (has_severity || turn % 32 == 0) {
                         check(fe_get_severity, expect_severity, request, sensor, sel);
+                    }
                 }
-                if (HasFatalFailure())
+                if (HasFatalFailure()) {
                     return;
+                }
             }
+        }
+    }
 }
 
 } // namespace

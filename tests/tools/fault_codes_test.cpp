@@ -43,13 +43,16 @@ TEST(FaultCodes, LevelsOfAMeasurementMeet) {
         std::set<int32_t> taken;
         for (int sensor_type = 1; sensor_type < 256; sensor_type++) {
             std::set<std::set<int32_t>> groups;
-            for (int32_t number = 113; number <= 119; number++)
-                for (const int32_t severity : {0, 4, 5, 6})
+            for (int32_t number = 113; number <= 119; number++) {
+                for (const int32_t severity : {0, 4, 5, 6}) {
                     groups.insert(related_in_the_end(static_cast<EntityClass>(entity),
                                                      make_request(sensor_type, threshold_event, number, severity)));
+                }
+            }
             EXPECT_EQ(groups.size(), 1U) << entity << " " << sensor_type;
-            for (const int32_t code : *groups.begin())
+            for (const int32_t code : *groups.begin()) {
                 EXPECT_TRUE(taken.insert(code).second) << entity << " " << sensor_type << " " << code;
+            }
         }
     }
 }

@@ -75,10 +75,12 @@ TEST_P(Transcript, IsWhatHappens) {
     std::string commands;
     std::istringstream lines(transcript);
     for (std::string line; std::getline(lines, line);) {
-        if (line.starts_with("# ") || line.starts_with("$ "))
+        if (line.starts_with("# ") || line.starts_with("$ ")) {
             commands += "cat <<'LINE'\n" + line + "\nLINE\n";
-        if (line.starts_with("$ "))
+        }
+        if (line.starts_with("$ ")) {
             commands += line.substr(2) + "\nprint_failure $?\n";
+        }
     }
     EXPECT_EQ(folder.print(commands), transcript);
 }

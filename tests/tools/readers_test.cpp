@@ -17,8 +17,9 @@ std::string sensors_of(const std::string &dump) {
     std::string text;
     Warnings warnings;
     for (const auto &sensor : parse_sdr_dump(std::vector<uint8_t>(dump.begin(), dump.end()), "dump", warnings)) {
-        if (!sensor)
+        if (!sensor) {
             continue;
+        }
         char numbers[64];
         snprintf(numbers, sizeof numbers, "%d:%d at %d.%d, %d, %d: ", sensor->record_type, sensor->number,
                  sensor->entity_id, sensor->entity_instance, sensor->sensor_type, sensor->event_type);
@@ -41,8 +42,9 @@ TEST(SdrDump, Names) {
         {name_8_bit(" \0"s), "#0x09"},
         {"\xC9"s + "CUT", "CUT"}, // its record ends first
     };
-    for (const auto &[in_record, read] : rows)
+    for (const auto &[in_record, read] : rows) {
         EXPECT_EQ(sensors_of(sdr_record({1, 9, 7, 1, 2, 3, in_record})), "1:9 at 7.1, 2, 3: " + read);
+    }
 }
 
 TEST(SdrDump, Sensors) {
@@ -64,8 +66,9 @@ TEST(SdrDump, Sensors) {
         {sdr_record({1, 6, 7, 1, 1, 1, name_8_bit("FIRST")}) + sdr_record({2, 5, 11, 1, 12, 3, name, {0x02, 0x01}}),
          "2:5 at 11.1, 12, 3: C1; 1:6 at 7.1, 1, 1: FIRST"},
     };
-    for (const auto &[dump, sensors] : rows)
+    for (const auto &[dump, sensors] : rows) {
         EXPECT_EQ(sensors_of(dump), sensors);
+    }
 }
 
 TEST(EventText, Words) {

@@ -34,21 +34,24 @@ TEST(RequestInterface, EndsWithARequestInHand) {
             EXPECT_EQ(send(ends[1], &sent, sizeof sent, 0), 52);
         }
         pthread_mutex_lock(&buffer.fe_read_buf_mutex);
-        while (fe_flag(&fe_read_complete) == 0)
+        while (fe_flag(&fe_read_complete) == 0) {
             pthread_cond_wait(&buffer.fe_read_buf_cond, &buffer.fe_read_buf_mutex);
+        }
         pthread_mutex_unlock(&buffer.fe_read_buf_mutex);
 
         if (engine_takes) {
             fe_core::stop();
-            for (int i = 0; i < 10000; i++) // for a producer that would not wait
+            for (int i = 0; i < 10000; i++) { // for a producer that would not wait
                 std::this_thread::yield();
+            }
         }
         EXPECT_EQ(request.fe_fault_num, 1);
         pthread_mutex_lock(&buffer.fe_read_wait_mutex);
-        if (engine_takes)
+        if (engine_takes) {
             fe_set_flag(&fe_read_complete, 0);
-        else
+        } else {
             fe_set_flag(&fe_not_running, 1);
+        }
         pthread_cond_broadcast(&buffer.fe_read_wait_cond);
         pthread_mutex_unlock(&buffer.fe_read_wait_mutex);
         producer.join();

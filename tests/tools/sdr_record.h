@@ -25,8 +25,9 @@ inline std::string sdr_record(const SdrSensor &sensor) {
     body[4] = sensor.instance;
     body[sensor_type_at] = sensor.sensor_type;
     body[sensor_type_at + 1] = sensor.event_type;
-    if (sensor.type != 1)
+    if (sensor.type != 1) {
         std::ranges::copy(sensor.sharing, body.begin() + (sensor.type == 2 ? 18 : 7));
+    }
     return sdr_other_record(sensor.type, std::string(body.begin(), body.end()) + sensor.name);
 }
 

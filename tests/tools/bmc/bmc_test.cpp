@@ -14,8 +14,9 @@ class ScriptedSession : public IpmiSession {
 public:
     explicit ScriptedSession(std::optional<Answer> answer) : answer_(std::move(answer)) {}
     Answer command(uint8_t, uint8_t, std::initializer_list<uint8_t>) override {
-        if (!answer_)
+        if (!answer_) {
             throw BmcError(Kind::network, questions_++ == 0 ? "no answer" : "asked again");
+        }
         return *answer_;
     }
     Bytes read_sdr(const SdrProgress &) override { return {}; }

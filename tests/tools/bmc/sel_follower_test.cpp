@@ -38,15 +38,17 @@ public:
     void add() {
         if (log_.size() == capacity) {
             info_.overflow = kind_ == Kind::stops_when_full;
-            if (info_.overflow)
+            if (info_.overflow) {
                 return;
+            }
             log_.pop_front();
         }
         sel_record record{};
         record.record_id[0] = static_cast<uint8_t>(added_ % (places() ? capacity : last_id) + 1);
         std::erase_if(log_, [&](const sel_record &old) { return id_of(old) == id_of(record); });
-        if (added_++ % 3 == 0)
+        if (added_++ % 3 == 0) {
             clock_++;
+        }
         record.timestamp[0] = static_cast<uint8_t>(clock_);
         record.timestamp[1] = static_cast<uint8_t>(clock_ >> 8);
         record.event_data[0] = static_cast<uint8_t>(random_() % 2);
@@ -61,8 +63,9 @@ public:
         info_.last_erase = clock_++;
     }
     void remove_one() {
-        if (log_.empty())
+        if (log_.empty()) {
             return;
+        }
         log_.erase(log_.begin() + static_cast<ptrdiff_t>(random_() % log_.size()));
         info_.last_erase = clock_++;
     }
@@ -76,11 +79,13 @@ public:
     std::optional<SelEntry> sel_entry(uint16_t id) override {
         disturb();
         std::deque<sel_record> listed = log_;
-        if (kind_ == Kind::ring_of_places_read_in_their_order)
+        if (kind_ == Kind::ring_of_places_read_in_their_order) {
             std::ranges::sort(listed, {}, id_of);
+        }
         const auto found = id == first_record ? listed.begin() : std::ranges::find(listed, id, id_of);
-        if (found == listed.end())
+        if (found == listed.end()) {
             return std::nullopt;
+        }
         return SelEntry{*found, found + 1 == listed.end() ? no_record : id_of(found[1])};
     }
 
@@ -100,10 +105,12 @@ public:
 private:
     bool places() const { return kind_ == Kind::ring_of_places || kind_ == Kind::ring_of_places_read_in_their_order; }
     void disturb() {
-        if (busy_ && chance(9))
+        if (busy_ && chance(9)) {
             throw BmcError(BmcError::Kind::network, "lost");
-        if (busy_ && chance(6) && has_room_unseen())
+        }
+        if (busy_ && chance(6) && has_room_unseen()) {
             add();
+        }
     }
 
     Kind kind_;
@@ -128,8 +135,9 @@ protected:
         } catch (const BmcError &) {
             return;
         }
-        for (const sel_record &record : news.records)
+        for (const sel_record &record : news.records) {
             EXPECT_TRUE(sel_.give(record));
+        }
         if (!busy) {
             EXPECT_TRUE(std::ranges::equal(news.records, owed, same));
         }
@@ -144,8 +152,9 @@ protected:
             follower_ = SelFollower(*place_file_.read());
             break;
         default:
-            for (auto count = random_() % 5; count > 0 && sel_.has_room_unseen(); --count)
+            for (auto count = random_() % 5; count > 0 && sel_.has_room_unseen(); --count) {
                 sel_.add();
+            }
         }
     }
 
@@ -196,8 +205,9 @@ TEST(SelFollower, SaysWhatBecomesOfTheLog) {
     for (const Case &each : cases) {
         std::mt19937 random;
         ModelSel sel(each.kind, random, false);
-        for (size_t i = 0; i < capacity; ++i)
+        for (size_t i = 0; i < capacity; ++i) {
             sel.add();
+        }
         SelFollower follower;
         EXPECT_TRUE(follower.look(sel).remarks.empty());
         sel.wait_a_second();
