@@ -3,9 +3,9 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <random>
 #include <unistd.h>
+#include <utility>
 
 #include "bench/compare.h"
 #include "fault_engine/classify.h"
@@ -14,7 +14,10 @@
 #include "platform/entity_filter/entity_filter_host.h"
 #include "platform/fe_core/fe_core.h"
 #include "platform/fe_core/fe_core_host.h"
+#include "platform/ipmi_access/capture_file.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
+#include "platform/ipmi_access/sdr_dump.h"
+#include "platform/ipmi_access/sel_dump.h"
 #include "tools/engine_files.h"
 
 namespace {
@@ -67,19 +70,19 @@ void answer_from_memory(const fe_write_buf &answer) {
 }
 
 // The stand-in's SEL is the server's over and over, as long as the start-up walk can count.
-void load_server(const std::string &sel_path) {
-    ipmi_access::load_sdr(CAPTURE ".sdr");
-    ipmi_access::load_sel(CAPTURE ".sel");
-    const size_t records = ipmi_access::sel_size();
-    std::ofstream sel(sel_path, std::ios::binary);
-    for (size_t i = 0; i < ipmi_access::max_walk_records; ++i) {
-        sel.write(reinterpret_cast<const char *>(ipmi_access::record_at(i % records)), sizeof(sel_record));
+void load_server() {
+    ipmi_access::Capture server;
+    ipmi_access::Warnings warnings;
+    server.sensors = ipmi_access::parse_sdr_dump(ipmi_access::read_capture(CAPTURE ".sdr"), CAPTURE ".sdr", warnings);
+    server.records = ipmi_access::parse_sel_dump(ipmi_access::read_capture(CAPTURE ".sel"), CAPTURE ".sel", warnings);
+    const size_t records = server.records.size();
+    while (server.records.size() < ipmi_access::max_walk_records) {
+        server.records.push_back(server.records[server.records.size() - records]);
     }
-    sel.close();
-    ipmi_access::load_sel(sel_path);
+    ipmi_access::serve(std::move(server));
     init_sdr_lookup();
     for (size_t i = 0; i < records; ++i) {
-        Event event = {ipmi_access::record_at(i), {}, {}};
+        Event event = {reinterpret_cast<const uint8_t *>(&ipmi_access::served().records[i]), {}, {}};
         uint32_t type = 0;
         IPMI_SensorGetSensorData(event.sel[sensor_number], &type, &event.sensor);
         empty_table();
@@ -279,7 +282,7 @@ int main(int argc, char **argv) {
     std::filesystem::create_directory(memory);
     redirect_engine_files(memory);
     fe_write_buf_struct_ptr = &write_buffer;
-    load_server(memory + "/sel");
+    load_server();
     for (const uint32_t count : {1U, 64U, 256U, 512U, 768U, 1024U}) {
         const std::string faults = std::to_string(count) + (count == 1 ? " fault" : " faults");
         add("one change, files on disk, " + faults, change, count, disk);

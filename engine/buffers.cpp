@@ -120,7 +120,7 @@ void close_buffer(owned_buffer<Block> *buffer) {
 }
 
 bool exists(const read_buffer_use &use) {
-    return use.owned != nullptr || (use.buffer != nullptr && use.buffer == published_buffer<fe_read_buf_struct>());
+    return use.owned != nullptr || use.buffer == published_buffer<fe_read_buf_struct>();
 }
 
 bool is_closed(const read_buffer_use &use) {

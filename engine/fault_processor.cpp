@@ -108,7 +108,7 @@ void *fault_processor(void *) {
     leave_write_buffer(own_use);
     await_unused(wbuf);
     destroy_write_buffer_pair(wbuf);
-    if (exists(consumer)) {
+    if (consumer.buffer != nullptr && exists(consumer)) {
         leave_as_consumer(consumer);
     }
     release_buffer(wbuf);
