@@ -150,7 +150,11 @@ UNINSTRUMENTED void *calloc(size_t count, size_t size) noexcept {
 }
 
 UNINSTRUMENTED int lockf(int descriptor, int command, off_t length) {
-    trace_call("lockf", descriptor, command == F_LOCK ? " F_LOCK" : command == F_ULOCK ? " F_ULOCK" : " other", length);
+    trace_call("lockf", descriptor,
+               command == F_LOCK    ? " F_LOCK"
+               : command == F_ULOCK ? " F_ULOCK"
+                                    : " other",
+               static_cast<long>(length));
     return is_to_fail(Call::lockf) ? refuse(EDEADLK) : NEXT(lockf)(descriptor, command, length);
 }
 

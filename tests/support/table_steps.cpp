@@ -53,7 +53,7 @@ void TableSteps::sweep_stale() {
     std::vector<fe_write_buf> meanwhile;
     for (uint32_t n = choose.below(3); n > 0 && !mirror_.model.chain.empty(); --n) {
         const auto size = static_cast<uint32_t>(mirror_.model.chain.size());
-        meanwhile.push_back(*std::next(mirror_.model.chain.begin(), choose.below(size)));
+        meanwhile.push_back(*std::next(mirror_.model.chain.begin(), static_cast<std::ptrdiff_t>(choose.below(size))));
         meanwhile.back().vemoFaultSeverity = 0;
     }
     if (meanwhile.empty()) {

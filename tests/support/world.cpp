@@ -235,7 +235,7 @@ int32_t sel_size(uint32_t *first, int32_t zero, uint16_t *second, uint16_t *tota
 }
 
 int32_t decode(sel_decode_area *area, uint32_t size, sel_chunk_request *request, uint32_t *decoded) {
-    const auto [start, count] = *request;
+    const uint16_t start = request->first_record_id, count = request->entries;
     std::memset(request, 0xFF, sizeof *request); // it may serve as scratch
     Answer answer("chunk", [&] { return "=" + std::to_string(start) + "+" + std::to_string(count); });
     if (answer.fails || size != 190470 || area->request != 4) {

@@ -117,8 +117,8 @@ void Look::put_in_order() {
     const auto tail = place_.log.end() - static_cast<ptrdiff_t>(news.records.size());
     place_.settled = std::equal(tail, place_.log.end(), news.records.begin(), same);
     if (!place_.settled) {
-        std::ranges::stable_partition(news.records,
-                                      [this](const sel_record &record) { return id_of(record) > before_.newest_id; });
+        std::stable_partition(news.records.begin(), news.records.end(),
+                              [this](const sel_record &record) { return id_of(record) > before_.newest_id; });
     }
 }
 
