@@ -177,20 +177,18 @@ std::vector<CaptureFiles> CaptureOptions::captures() const {
 
 void add_capture_options(CLI::App &app, CaptureOptions &options) {
     CaptureFiles &files = options.files;
-    cli::add_file(app, "--sdr", files.sdr, "sensor data records, as written by \"ipmitool sdr dump\"");
-    cli::add_file(app, "--sel", files.sel, "the event log, as written by \"ipmitool sel writeraw\"");
-    cli::add_file(app, "--readings", files.readings,
+    cli::add_text(app, "--sdr", "FILE", files.sdr, "sensor data records, as written by \"ipmitool sdr dump\"");
+    cli::add_text(app, "--sel", "FILE", files.sel, "the event log, as written by \"ipmitool sel writeraw\"");
+    cli::add_text(app, "--readings", "FILE", files.readings,
                   "present states of sensors as the engine takes them, \"0x2e 0x0008\" a line");
-    cli::add_file(
-        app, "--sensors", files.sensors,
+    cli::add_text(
+        app, "--sensors", "FILE", files.sensors,
         "present states of sensors, as \"ipmitool sensor\" or \"ipmi-sensors --output-event-bitmask\" prints them");
-    app.add_option("--order", options.order, "take records as they stand in the log (default), or by time")
-        ->type_name("WORD")
-        ->check(cli::one_of({"log", "time"}));
+    cli::add_text(app, "--order", "WORD", options.order, "take records as they stand in the log (default), or by time")
+        .one_of({"log", "time"});
 }
 
 void add_capture_operands(CLI::App &app, CaptureOptions &options) {
-    app.add_option("CAPTURE", options.operands,
-                   "NAME.sdr and NAME.sel, or folders of such pairs; they may end in .gz or .xz, - is standard input")
-        ->type_name("");
+    cli::add_texts(app, "CAPTURE", options.operands,
+                   "NAME.sdr and NAME.sel, or folders of such pairs; they may end in .gz or .xz, - is standard input");
 }

@@ -1,5 +1,9 @@
 #include "tools/cli.h"
 
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -62,7 +66,17 @@ int32_t parse_severity(const std::string &name, const std::string &text) {
     return static_cast<int32_t>(parse_number(name, text, INT32_MIN, INT32_MAX));
 }
 
-CLI::Validator one_of(std::vector<std::string> words) {
+Option &Option::required(bool is_required) {
+    option_->required(is_required);
+    return *this;
+}
+
+Option &Option::excludes(const Option &other) {
+    option_->excludes(other.option_);
+    return *this;
+}
+
+Option &Option::one_of(std::vector<std::string> words) {
     const auto check = [words = std::move(words)](const std::string &text) {
         std::string known;
         for (const std::string &word : words) {
@@ -70,16 +84,35 @@ CLI::Validator one_of(std::vector<std::string> words) {
         }
         return std::ranges::find(words, text) != words.end() ? "" : "'" + text + "' is not one of " + known;
     };
-    return CLI::Validator(check, "");
+    option_->check(CLI::Validator(check, ""));
+    return *this;
 }
 
-CLI::Option *add_file(CLI::App &app, const std::string &name, std::string &target, const std::string &help) {
-    return app.add_option(name, target, help)->type_name("FILE");
+void describe(CLI::App &app, const std::string &text) {
+    app.description(text);
 }
 
-CLI::Option *add_directory(CLI::App &app, const std::string &name, std::string &target, const std::string &help) {
-    const auto take = [&target](const std::string &text) { target = check_directory(text); };
-    return app.add_option_function<std::string>(name, take, help)->type_name("DIR");
+Option add_flag(CLI::App &app, const std::string &name, bool &target, const std::string &help) {
+    return Option(app.add_flag(name, target, help));
+}
+
+Option add_text(CLI::App &app, const std::string &name, const std::string &value, std::string &target,
+                const std::string &help) {
+    return Option(app.add_option(name, target, help)->type_name(value));
+}
+
+Option add_texts(CLI::App &app, const std::string &name, std::vector<std::string> &target, const std::string &help) {
+    return Option(app.add_option(name, target, help)->type_name(""));
+}
+
+Option add_parsed(CLI::App &app, const std::string &name, const std::string &value,
+                  const std::function<void(const std::string &)> &take, const std::string &help) {
+    return Option(app.add_option_function<std::string>(name, take, help)->type_name(value));
+}
+
+Option add_directory(CLI::App &app, const std::string &name, std::string &target, const std::string &help) {
+    return add_parsed(
+        app, name, "DIR", [&target](const std::string &text) { target = check_directory(text); }, help);
 }
 
 } // namespace cli

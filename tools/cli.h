@@ -1,43 +1,63 @@
-// Options of the subcommands, by CLI11.
+// Options of the subcommands. CLI11 parses them; only cli.cpp and fectl.cpp see it, as all its templates cost each file
+// that includes them seconds to build.
 #pragma once
-
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
 
+namespace CLI {
+class App;
+class Option;
+} // namespace CLI
+
 namespace cli {
 
-// A number in that range, decimal or hexadecimal with 0x in front; anything else is refused.
-template <class Number>
-CLI::Option *add_number(CLI::App &app, const std::string &name, Number &target, int64_t least, int64_t most,
-                        const std::string &help);
+// An option that was added, to say more of it.
+class Option {
+public:
+    explicit Option(CLI::Option *option) : option_(option) {}
+
+    Option &required(bool is_required = true);
+    Option &excludes(const Option &other);
+    Option &one_of(std::vector<std::string> words); // refuses all others
+
+private:
+    CLI::Option *option_; // CLI11's
+};
+
+// Says in --help what the command does.
+void describe(CLI::App &app, const std::string &text);
+
+Option add_flag(CLI::App &app, const std::string &name, bool &target, const std::string &help);
+
+// `value` is what --help calls the value. A name without a dash is an operand's, which goes without.
+Option add_text(CLI::App &app, const std::string &name, const std::string &value, std::string &target,
+                const std::string &help);
+Option add_texts(CLI::App &app, const std::string &name, std::vector<std::string> &target, const std::string &help);
+
+// `take` may refuse the text by throwing Refusal.
+Option add_parsed(CLI::App &app, const std::string &name, const std::string &value,
+                  const std::function<void(const std::string &)> &take, const std::string &help);
+
+// A folder in which files can be opened.
+Option add_directory(CLI::App &app, const std::string &name, std::string &target, const std::string &help);
 
 // The number that the text is. Throws Refusal, naming the option.
 int64_t parse_number(const std::string &name, const std::string &text, int64_t least, int64_t most);
 
-// "cleared", "info", "warning", "minor", "major", "critical", or a number.
-int32_t parse_severity(const std::string &name, const std::string &text);
-
-// Refuses all but these words.
-CLI::Validator one_of(std::vector<std::string> words);
-
-CLI::Option *add_file(CLI::App &app, const std::string &name, std::string &target, const std::string &help);
-
-// A folder in which files can be opened.
-CLI::Option *add_directory(CLI::App &app, const std::string &name, std::string &target, const std::string &help);
-
+// A number in that range, decimal or hexadecimal with 0x in front; anything else is refused.
 template <class Number>
-CLI::Option *add_number(CLI::App &app, const std::string &name, Number &target, int64_t least, int64_t most,
-                        const std::string &help) {
+Option add_number(CLI::App &app, const std::string &name, Number &target, int64_t least, int64_t most,
+                  const std::string &help) {
     const auto take = [&target, name, least, most](const std::string &text) {
         target = static_cast<Number>(parse_number(name, text, least, most));
     };
-    return app.add_option_function<std::string>(name, take, help)->type_name("N");
+    return add_parsed(app, name, "N", take, help);
 }
+
+// "cleared", "info", "warning", "minor", "major", "critical", or a number.
+int32_t parse_severity(const std::string &name, const std::string &text);
 
 } // namespace cli

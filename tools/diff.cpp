@@ -178,16 +178,15 @@ int diff(const DiffOptions &chosen) {
 
 Run prepare_diff(CLI::App &app) {
     const auto chosen = std::make_shared<DiffOptions>();
-    app.add_option("BEFORE", chosen->before, "a capture (its folder, NAME.sdr or NAME.sel), or a folder of table files")
-        ->type_name("")
-        ->required();
-    app.add_option("AFTER", chosen->after, "the same, later")->type_name("")->required();
-    cli::add_file(app, "--sdr", chosen->sdr, "sensor data records of both, which are then SELs");
+    cli::add_text(app, "BEFORE", "", chosen->before,
+                  "a capture (its folder, NAME.sdr or NAME.sel), or a folder of table files")
+        .required();
+    cli::add_text(app, "AFTER", "", chosen->after, "the same, later").required();
+    cli::add_text(app, "--sdr", "FILE", chosen->sdr, "sensor data records of both, which are then SELs");
     add_format_options(app, chosen->view);
-    app.add_option_function<std::string>(
-           "--fail-on",
-           [chosen](const std::string &text) { chosen->view.fail_on = cli::parse_severity("--fail-on", text); },
-           "exit with 3 if a fault of that severity or above is new or worse")
-        ->type_name("SEVERITY");
+    cli::add_parsed(
+        app, "--fail-on", "SEVERITY",
+        [chosen](const std::string &text) { chosen->view.fail_on = cli::parse_severity("--fail-on", text); },
+        "exit with 3 if a fault of that severity or above is new or worse");
     return [chosen] { return diff(*chosen); };
 }

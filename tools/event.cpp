@@ -57,11 +57,8 @@ struct EventOptions {
 
 Run prepare_event(CLI::App &app) {
     const auto chosen = std::make_shared<EventOptions>();
-    app.add_option("--fifo", chosen->fifo, "the FIFO that the engine reads, as fectl serve says it")
-        ->type_name("PATH")
-        ->required();
-    app.add_option("FILE", chosen->files, "SEL records, as written by \"ipmitool sel writeraw\"")
-        ->type_name("")
-        ->required();
+    cli::add_text(app, "--fifo", "PATH", chosen->fifo, "the FIFO that the engine reads, as fectl serve says it")
+        .required();
+    cli::add_texts(app, "FILE", chosen->files, "SEL records, as written by \"ipmitool sel writeraw\"").required();
     return [chosen] { return send_events(chosen->fifo, chosen->files); };
 }

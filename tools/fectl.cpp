@@ -1,5 +1,9 @@
 #include "tools/fectl.h"
 
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -10,8 +14,6 @@
 #include <map>
 #include <string>
 #include <vector>
-
-#include "tools/cli.h"
 
 namespace {
 

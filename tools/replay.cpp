@@ -56,7 +56,7 @@ Run prepare_replay(CLI::App &app) {
     add_replay_options(app, chosen->replay);
     add_view_options(app, chosen->replay.view);
     add_refused_option(app, chosen->replay.view);
-    app.add_flag("--summary", chosen->summary, "a line a server, then totals");
+    cli::add_flag(app, "--summary", chosen->summary, "a line a server, then totals");
     cli::add_number(app, "--jobs", chosen->jobs, 1, 1024, "replay N captures side by side for --summary (default: 1)");
     return [chosen] { return run(*chosen); };
 }

@@ -153,7 +153,7 @@ Run prepare_report(CLI::App &app) {
     replay.view.format = "json";
     replay.view.refused = "all";
     add_capture_operands(app, replay.capture);
-    cli::add_file(app, "-o,--output", chosen->output, "the page; - is standard output (default: report.html)");
+    cli::add_text(app, "-o,--output", "FILE", chosen->output, "the page; - is standard output (default: report.html)");
     add_capture_options(app, replay.capture);
     cli::add_number(app, "--live", replay.live, 0, INT32_MAX,
                     "keep the last N records for after the start, as replay does (default: 0)");

@@ -52,29 +52,25 @@ Run prepare_request(CLI::App &app) {
     const auto chosen = std::make_shared<RequestOptions>();
     fe_read_buf &request = chosen->request;
     request.entity_group_instance = 1;
-    app.description("Sends a running engine one fault request. Numbers are decimal, or hexadecimal with 0x in front.");
-    app.add_option("--socket", chosen->socket, "the engine's socket, as fectl serve says it")
-        ->type_name("PATH")
-        ->required();
-    app.add_option_function<std::string>(
-           "--severity",
-           [&request](const std::string &text) { request.vemoFaultSeverity = cli::parse_severity("--severity", text); },
-           "cleared, info, warning, minor, major, critical, or a number")
-        ->type_name("WORD")
-        ->required();
-    app.add_option_function<std::string>(
-           "--sensor", [&request](const std::string &name) { set_name(request, name); },
-           "name of the sensor, at most 19 bytes")
-        ->type_name("NAME");
+    cli::describe(app,
+                  "Sends a running engine one fault request. Numbers are decimal, or hexadecimal with 0x in front.");
+    cli::add_text(app, "--socket", "PATH", chosen->socket, "the engine's socket, as fectl serve says it").required();
+    cli::add_parsed(
+        app, "--severity", "WORD",
+        [&request](const std::string &text) { request.vemoFaultSeverity = cli::parse_severity("--severity", text); },
+        "cleared, info, warning, minor, major, critical, or a number")
+        .required();
+    cli::add_parsed(
+        app, "--sensor", "NAME", [&request](const std::string &name) { set_name(request, name); },
+        "name of the sensor, at most 19 bytes");
     for (const NumberOption &number : numbers) {
-        app.add_option_function<std::string>(
-               number.name,
-               [&request, &number](const std::string &text) {
-                   number.set(request, cli::parse_number(number.name, text, number.least, number.most));
-               },
-               number.help)
-            ->type_name("N")
-            ->required(number.needed);
+        cli::add_parsed(
+            app, number.name, "N",
+            [&request, &number](const std::string &text) {
+                number.set(request, cli::parse_number(number.name, text, number.least, number.most));
+            },
+            number.help)
+            .required(number.needed);
     }
     return [chosen] {
         send_request(chosen->socket, chosen->request);

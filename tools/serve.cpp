@@ -71,15 +71,15 @@ int serve(const ServeOptions &chosen) {
 
 Run prepare_serve(CLI::App &app) {
     const auto chosen = std::make_shared<ServeOptions>();
-    app.description(
-        "Runs the engine: takes fault requests from a socket (fectl request) and SEL records from a FIFO (fectl\n"
-        "event), and prints what each does to the faults. SIGINT, SIGTERM or SIGHUP stops it; then it prints\n"
-        "the active faults.");
+    cli::describe(
+        app, "Runs the engine: takes fault requests from a socket (fectl request) and SEL records from a FIFO (fectl\n"
+             "event), and prints what each does to the faults. SIGINT, SIGTERM or SIGHUP stops it; then it prints\n"
+             "the active faults.");
     add_capture_options(app, chosen->capture);
-    app.add_option("--socket", chosen->socket, "the socket to make (default: fectl.sock in DIR, or in /tmp)")
-        ->type_name("PATH");
-    app.add_flag("--fifo-create", chosen->fifo_create,
-                 "make the FIFO, SA_vSEL_FIFO in DIR or in /var, if it is missing");
+    cli::add_text(app, "--socket", "PATH", chosen->socket,
+                  "the socket to make (default: fectl.sock in DIR, or in /tmp)");
+    cli::add_flag(app, "--fifo-create", chosen->fifo_create,
+                  "make the FIFO, SA_vSEL_FIFO in DIR or in /var, if it is missing");
     add_engine_options(app, chosen->engine, "where the engine's files go (default: its own /tmp and /var)");
     add_view_options(app, chosen->view);
     add_refused_option(app, chosen->view);

@@ -93,31 +93,25 @@ std::vector<Fault> Filter::select(std::vector<Fault> faults) const {
 }
 
 void add_part_options(CLI::App &app, Filter &filter) {
-    app.add_option_function<std::string>(
-           "--entity", [&filter](const std::string &text) { filter.entity = parse_entity(text); },
-           "of this part alone: entity id and instance, as in 10.2")
-        ->type_name("E.I");
-    app.add_option("--sensor", filter.sensor, "of this sensor alone: its name, or its number as in 0x2e")
-        ->type_name("NAME");
+    cli::add_parsed(
+        app, "--entity", "E.I", [&filter](const std::string &text) { filter.entity = parse_entity(text); },
+        "of this part alone: entity id and instance, as in 10.2");
+    cli::add_text(app, "--sensor", "NAME", filter.sensor, "of this sensor alone: its name, or its number as in 0x2e");
 }
 
 void add_filter_options(CLI::App &app, Filter &filter) {
-    app.add_option_function<std::string>(
-           "--severity", [&filter](const std::string &text) { parse_severities(filter, text); },
-           "of these severities alone: major, major.., minor..major, ..minor")
-        ->type_name("RANGE");
+    cli::add_parsed(
+        app, "--severity", "RANGE", [&filter](const std::string &text) { parse_severities(filter, text); },
+        "of these severities alone: major, major.., minor..major, ..minor");
     add_part_options(app, filter);
-    app.add_option_function<std::string>(
-           "--since", [&filter](const std::string &text) { filter.since = parse_time("--since", text); },
-           "last seen then or later (UTC)")
-        ->type_name("TIME");
-    app.add_option_function<std::string>(
-           "--until", [&filter](const std::string &text) { filter.until = parse_time("--until", text); },
-           "last seen then or earlier (UTC)")
-        ->type_name("TIME");
-    app.add_option("--sort", filter.sort, "severity (default), time or entity")
-        ->type_name("WORD")
-        ->check(cli::one_of({"severity", "time", "entity"}));
+    cli::add_parsed(
+        app, "--since", "TIME", [&filter](const std::string &text) { filter.since = parse_time("--since", text); },
+        "last seen then or later (UTC)");
+    cli::add_parsed(
+        app, "--until", "TIME", [&filter](const std::string &text) { filter.until = parse_time("--until", text); },
+        "last seen then or earlier (UTC)");
+    cli::add_text(app, "--sort", "WORD", filter.sort, "severity (default), time or entity")
+        .one_of({"severity", "time", "entity"});
 }
 
 } // namespace story

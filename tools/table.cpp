@@ -23,7 +23,7 @@ int print_table(const TableOptions &chosen) {
 
 Run prepare_table(CLI::App &app) {
     const auto chosen = std::make_shared<TableOptions>();
-    app.description("Prints the faults of fe_table.entry and fe_table.sz.");
+    cli::describe(app, "Prints the faults of fe_table.entry and fe_table.sz.");
     cli::add_directory(app, "--file-dir", chosen->directory, "where the two files are (default: /tmp)");
     add_view_options(app, chosen->view);
     return [chosen] { return print_table(*chosen); };

@@ -12,31 +12,27 @@ size_t ViewOptions::line_width() const {
 }
 
 void add_format_options(CLI::App &app, ViewOptions &options) {
-    app.add_option("--format", options.format, "text, json (one object a line) or csv (the faults)")
-        ->type_name("WORD")
-        ->check(cli::one_of({"text", "json", "csv"}));
-    app.add_option_function<std::string>(
-           "--width",
-           [&options](const std::string &text) {
-               options.width = static_cast<size_t>(cli::parse_number("--width", text, 0, UINT16_MAX));
-           },
-           "fit lines of text to N columns; 0: as long as they are (default: the terminal's)")
-        ->type_name("N");
+    cli::add_text(app, "--format", "WORD", options.format, "text, json (one object a line) or csv (the faults)")
+        .one_of({"text", "json", "csv"});
+    cli::add_parsed(
+        app, "--width", "N",
+        [&options](const std::string &text) {
+            options.width = static_cast<size_t>(cli::parse_number("--width", text, 0, UINT16_MAX));
+        },
+        "fit lines of text to N columns; 0: as long as they are (default: the terminal's)");
 }
 
 void add_fail_on_option(CLI::App &app, ViewOptions &options) {
-    app.add_option_function<std::string>(
-           "--fail-on",
-           [&options](const std::string &text) { options.fail_on = cli::parse_severity("--fail-on", text); },
-           "exit with 3 if a fault of that severity or above is active")
-        ->type_name("SEVERITY");
+    cli::add_parsed(
+        app, "--fail-on", "SEVERITY",
+        [&options](const std::string &text) { options.fail_on = cli::parse_severity("--fail-on", text); },
+        "exit with 3 if a fault of that severity or above is active");
 }
 
 void add_refused_option(CLI::App &app, ViewOptions &options) {
-    app.add_option("--refused", options.refused,
-                   "records that became no fault: a line each (all), grouped (summary, the default) or none")
-        ->type_name("WORD")
-        ->check(cli::one_of({"all", "summary", "none"}));
+    cli::add_text(app, "--refused", "WORD", options.refused,
+                  "records that became no fault: a line each (all), grouped (summary, the default) or none")
+        .one_of({"all", "summary", "none"});
 }
 
 void add_view_options(CLI::App &app, ViewOptions &options) {

@@ -44,32 +44,31 @@ void check_password(const Access &access) {
 }
 
 void add_password_options(CLI::App &app, BmcOptions &options) {
-    auto *file = cli::add_file(app, "-f", options.password_file, "read the password from the first line of FILE");
-    auto *environment =
-        app.add_flag("-E", options.password_in_environment, "take the password from IPMI_PASSWORD in the environment");
-    auto *argument = app.add_option("-P", options.password, "the password, which other users of this machine may see")
-                         ->type_name("PASSWORD");
-    file->excludes(environment)->excludes(argument);
-    environment->excludes(argument);
+    cli::Option file =
+        cli::add_text(app, "-f", "FILE", options.password_file, "read the password from the first line of FILE");
+    cli::Option environment = cli::add_flag(app, "-E", options.password_in_environment,
+                                            "take the password from IPMI_PASSWORD in the environment");
+    const cli::Option argument = cli::add_text(app, "-P", "PASSWORD", options.password,
+                                               "the password, which other users of this machine may see");
+    file.excludes(environment).excludes(argument);
+    environment.excludes(argument);
 }
 
 } // namespace
 
 void add_bmc_options(CLI::App &app, BmcOptions &options) {
-    app.add_option("-H", options.access.host, "the BMC's name or address, with :PORT if that is not 623")
-        ->type_name("HOST")
-        ->required();
-    app.add_option("-U", options.access.user, "the user")->type_name("USER")->required();
+    cli::add_text(app, "-H", "HOST", options.access.host, "the BMC's name or address, with :PORT if that is not 623")
+        .required();
+    cli::add_text(app, "-U", "USER", options.access.user, "the user").required();
     add_password_options(app, options);
     cli::add_number(app, "-p", options.access.port, 1, UINT16_MAX, "the port (default: 623)");
-    app.add_option("-L", options.privilege, "the privilege level (default: USER, which is enough for reading)")
-        ->type_name("LEVEL");
+    cli::add_text(app, "-L", "LEVEL", options.privilege,
+                  "the privilege level (default: USER, which is enough for reading)");
     cli::add_number(app, "-C", options.suite, 0, 17, "the cipher suite (default: 17, and 3 where that is refused)");
-    app.add_option("-I", options.interface, "lanplus (IPMI 2.0; the default) or lan (IPMI 1.5)")
-        ->type_name("WORD")
-        ->check(cli::one_of({"lan", "lanplus"}));
-    app.add_option("--workaround", options.workarounds, "for BMCs with faults, as in FreeIPMI: opensesspriv, ...")
-        ->type_name("LIST");
+    cli::add_text(app, "-I", "WORD", options.interface, "lanplus (IPMI 2.0; the default) or lan (IPMI 1.5)")
+        .one_of({"lan", "lanplus"});
+    cli::add_text(app, "--workaround", "LIST", options.workarounds,
+                  "for BMCs with faults, as in FreeIPMI: opensesspriv, ...");
     cli::add_number(app, "--timeout", options.access.timeout_s, 1, 60, "seconds to wait for an answer (default: 10)");
 }
 

@@ -99,12 +99,12 @@ int fetch(const FetchOptions &chosen) {
 
 Run prepare_fetch(CLI::App &app) {
     const auto chosen = std::make_shared<FetchOptions>();
-    app.description(
-        "Reads from a server's BMC what replay takes, and writes it into DIR: NAME.sdr and NAME.sel as ipmitool\n"
-        "would, and NAME.sensors with the present states of the sensors. It asks for the password unless -f,\n"
-        "-E or -P gives it.");
-    app.add_option("DIR", chosen->directory, "where the files go; made if it is missing")->type_name("")->required();
-    app.add_option("--name", chosen->name, "NAME of the files (default: HOST)")->type_name("NAME");
+    cli::describe(
+        app, "Reads from a server's BMC what replay takes, and writes it into DIR: NAME.sdr and NAME.sel as ipmitool\n"
+             "would, and NAME.sensors with the present states of the sensors. It asks for the password unless -f,\n"
+             "-E or -P gives it.");
+    cli::add_text(app, "DIR", "", chosen->directory, "where the files go; made if it is missing").required();
+    cli::add_text(app, "--name", "NAME", chosen->name, "NAME of the files (default: HOST)");
     add_bmc_options(app, chosen->bmc);
     return [chosen] { return fetch(*chosen); };
 }

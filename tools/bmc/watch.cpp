@@ -349,18 +349,19 @@ int watch(const WatchOptions &chosen) {
 
 Run prepare_watch(CLI::App &app) {
     const auto chosen = std::make_shared<WatchOptions>();
-    app.description(
+    cli::describe(
+        app,
         "Runs the engine on a server's BMC: its event log goes through the start-up walk, new records follow as they\n"
         "appear, and faults whose sensors have recovered are dropped. Prints what happens to the faults until\n"
         "SIGINT, SIGTERM or SIGHUP; then the active faults.");
     add_bmc_options(app, chosen->bmc);
     cli::add_number(app, "--interval", chosen->interval_s, 1, 50,
                     "seconds from one look at the log to the next (default: 5)");
-    app.add_flag("--once", chosen->once, "end after the start-up walk, with the active faults");
-    auto *state =
-        cli::add_file(app, "--state", chosen->state_file,
-                      "keep the place in the log there: what one watch has told, the next does not tell again");
-    state->excludes("--once");
+    const cli::Option once =
+        cli::add_flag(app, "--once", chosen->once, "end after the start-up walk, with the active faults");
+    cli::add_text(app, "--state", "FILE", chosen->state_file,
+                  "keep the place in the log there: what one watch has told, the next does not tell again")
+        .excludes(once);
     add_engine_options(app, chosen->engine,
                        "keep the engine's files there (default: in a folder that goes at the end)");
     add_view_options(app, chosen->view);
