@@ -76,6 +76,11 @@ Option &Option::excludes(const Option &other) {
     return *this;
 }
 
+Option &Option::needs(const Option &other) {
+    option_->needs(other.option_);
+    return *this;
+}
+
 Option &Option::one_of(std::vector<std::string> words) {
     const auto check = [words = std::move(words)](const std::string &text) {
         std::string known;
@@ -86,6 +91,15 @@ Option &Option::one_of(std::vector<std::string> words) {
     };
     option_->check(CLI::Validator(check, ""));
     return *this;
+}
+
+std::vector<Option> options(CLI::App &app) {
+    const std::vector<CLI::Option *> added = app.get_options();
+    return {added.begin(), added.end()};
+}
+
+Option option(CLI::App &app, const std::string &name) {
+    return Option(app.get_option(name));
 }
 
 void describe(CLI::App &app, const std::string &text) {

@@ -21,11 +21,16 @@ public:
 
     Option &required(bool is_required = true);
     Option &excludes(const Option &other);
+    Option &needs(const Option &other);
     Option &one_of(std::vector<std::string> words); // refuses all others
 
 private:
     CLI::Option *option_; // CLI11's
 };
+
+// Those that were added, in their order, and the one of that name.
+std::vector<Option> options(CLI::App &app);
+Option option(CLI::App &app, const std::string &name);
 
 // Says in --help what the command does.
 void describe(CLI::App &app, const std::string &text);

@@ -15,6 +15,9 @@
 #include "tools/replay_run.h"
 #include "tools/report/page.h"
 #include "tools/story_json.h"
+#ifdef FECTL_BMC
+#include "tools/bmc/fetch.h"
+#endif
 
 namespace {
 
@@ -22,11 +25,24 @@ struct ReportOptions {
     ReplayOptions replay;
     std::string table; // folder of table files
     std::string output = "report.html";
+#ifdef FECTL_BMC
+    bmc::BmcOptions bmc;
+#endif
 };
 
 struct CloseFile {
     void operator()(FILE *file) const { fclose(file); }
 };
+using File = std::unique_ptr<FILE, CloseFile>;
+
+// A file without a name, gone with the process.
+File temporary_file(const std::string &content = "") {
+    File file(tmpfile());
+    if (!file || fwrite(content.data(), 1, content.size(), file.get()) != content.size() || fflush(file.get()) != 0) {
+        throw Failure(std::string("cannot make a temporary file: ") + strerror(errno));
+    }
+    return file;
+}
 
 // What is in the file, without what fectl puts before each line of its own.
 std::vector<std::string> complaint_lines(FILE *file) {
@@ -47,10 +63,7 @@ std::vector<std::string> complaint_lines(FILE *file) {
 
 // The page is made of what the replay prints as JSON.
 report::ServerLog replayed_log(const CaptureFiles &files, const ReplayOptions &options, report::Words &words) {
-    const std::unique_ptr<FILE, CloseFile> complaints(tmpfile());
-    if (!complaints) {
-        throw Failure(std::string("cannot make a temporary file: ") + strerror(errno));
-    }
+    const File complaints = temporary_file();
     ReplayApart replay(files, options, fileno(complaints.get()));
     std::istringstream lines(replay.take());
     report::LogReader reader(words, files.name);
@@ -75,6 +88,46 @@ report::ServerLog published_log(const std::string &folder, report::Words &words)
     return reader.finish();
 }
 
+#ifdef FECTL_BMC
+// A file of a capture that has a name for people alone.
+struct OpenFile {
+    OpenFile(std::string name_of_it, const std::string &content)
+        : name(std::move(name_of_it)), file(temporary_file(content)),
+          path("/proc/self/fd/" + std::to_string(fileno(file.get()))) {}
+
+    void name_in(std::string &text) const {
+        for (size_t at = 0; (at = text.find(path, at)) != std::string::npos; at += name.size()) {
+            text.replace(at, path.size(), name);
+        }
+    }
+
+    std::string name;
+    File file;
+    std::string path;
+};
+
+// As of the files that fectl fetch would write.
+report::ServerLog fetched_log(const ReportOptions &chosen, report::Words &words) {
+    const std::string &host = chosen.bmc.access.host;
+    const bmc::FetchedCapture capture = bmc::fetch_capture(chosen.bmc, host + ".sdr");
+    const OpenFile sdr(host + ".sdr", capture.sdr), sel(host + ".sel", capture.sel),
+        sensors(host + ".sensors", capture.sensors);
+    CaptureFiles files;
+    files.name = host;
+    files.sdr = sdr.path;
+    files.sel = sel.path;
+    files.sensors = sensors.path;
+    files.order_by_time = chosen.replay.capture.order == "time";
+    report::ServerLog log = replayed_log(files, chosen.replay, words);
+    for (const OpenFile *file : {&sdr, &sel, &sensors}) {
+        file->name_in(log.failure);
+        std::ranges::for_each(log.warnings, [file](std::string &line) { file->name_in(line); });
+    }
+    log.warnings.insert(log.warnings.begin(), capture.remarks.begin(), capture.remarks.end());
+    return log;
+}
+#endif
+
 void check_captures(const std::vector<CaptureFiles> &captures, const std::string &output) {
     std::error_code ignored;
     for (const CaptureFiles &files : captures) {
@@ -90,6 +143,11 @@ void check_captures(const std::vector<CaptureFiles> &captures, const std::string
 }
 
 std::vector<report::ServerLog> read_logs(const ReportOptions &chosen, report::Words &words) {
+#ifdef FECTL_BMC
+    if (!chosen.bmc.access.host.empty()) {
+        return {fetched_log(chosen, words)};
+    }
+#endif
     const std::vector<CaptureFiles> captures = chosen.replay.capture.captures();
     if (captures.empty() == chosen.table.empty()) {
         throw Refusal("report: captures or the folder of a table are needed; see fectl help report");
@@ -158,5 +216,11 @@ Run prepare_report(CLI::App &app) {
     cli::add_number(app, "--live", replay.live, 0, INT32_MAX,
                     "keep the last N records for after the start, as replay does (default: 0)");
     cli::add_directory(app, "--file-dir", chosen->table, "show the table files of that folder instead of a log");
+#ifdef FECTL_BMC
+    cli::Option host = bmc::add_optional_bmc_options(app, chosen->bmc);
+    for (const char *other : {"CAPTURE", "--sdr", "--sel", "--readings", "--sensors", "--file-dir"}) {
+        host.excludes(cli::option(app, other));
+    }
+#endif
     return [chosen] { return make_report(*chosen); };
 }

@@ -54,12 +54,10 @@ void add_password_options(CLI::App &app, BmcOptions &options) {
     environment.excludes(argument);
 }
 
-} // namespace
-
-void add_bmc_options(CLI::App &app, BmcOptions &options) {
-    cli::add_text(app, "-H", "HOST", options.access.host, "the BMC's name or address, with :PORT if that is not 623")
-        .required();
-    cli::add_text(app, "-U", "USER", options.access.user, "the user").required();
+// -H is the first.
+void add_options(CLI::App &app, BmcOptions &options) {
+    cli::add_text(app, "-H", "HOST", options.access.host, "the BMC's name or address, with :PORT if that is not 623");
+    cli::add_text(app, "-U", "USER", options.access.user, "the user");
     add_password_options(app, options);
     cli::add_number(app, "-p", options.access.port, 1, UINT16_MAX, "the port (default: 623)");
     cli::add_text(app, "-L", "LEVEL", options.privilege,
@@ -70,6 +68,25 @@ void add_bmc_options(CLI::App &app, BmcOptions &options) {
     cli::add_text(app, "--workaround", "LIST", options.workarounds,
                   "for BMCs with faults, as in FreeIPMI: opensesspriv, ...");
     cli::add_number(app, "--timeout", options.access.timeout_s, 1, 60, "seconds to wait for an answer (default: 10)");
+}
+
+} // namespace
+
+void add_bmc_options(CLI::App &app, BmcOptions &options) {
+    add_options(app, options);
+    cli::option(app, "-H").required();
+    cli::option(app, "-U").required();
+}
+
+cli::Option add_optional_bmc_options(CLI::App &app, BmcOptions &options) {
+    const size_t before = cli::options(app).size();
+    add_options(app, options);
+    std::vector<cli::Option> added = cli::options(app);
+    added.erase(added.begin(), added.begin() + static_cast<ptrdiff_t>(before));
+    cli::Option host = added.front();
+    std::for_each(added.begin() + 1, added.end(), [&host](cli::Option &option) { option.needs(host); });
+    host.needs(cli::option(app, "-U"));
+    return host;
 }
 
 Access resolve_access(const BmcOptions &options) {

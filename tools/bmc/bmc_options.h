@@ -4,10 +4,12 @@
 #include <string>
 
 #include "tools/bmc/ipmi_session.h"
+#include "tools/cli.h"
 
 namespace CLI {
 class App;
-}
+class Option;
+} // namespace CLI
 
 namespace bmc {
 
@@ -20,6 +22,9 @@ struct BmcOptions {
 };
 
 void add_bmc_options(CLI::App &app, BmcOptions &options);
+
+// For those who can do without a BMC: without -H there are none of the others. Returns -H.
+cli::Option add_optional_bmc_options(CLI::App &app, BmcOptions &options);
 
 // With the password, for which it may ask. Throws Refusal.
 Access resolve_access(const BmcOptions &options);

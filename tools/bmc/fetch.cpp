@@ -6,10 +6,11 @@
 #include <filesystem>
 #include <memory>
 
-#include "tools/bmc/bmc_options.h"
+#include "tools/bmc/fetch.h"
 #include "tools/bmc/server_reader.h"
 #include "tools/cli.h"
 #include "tools/fectl.h"
+#include "tools/progress.h"
 #include "tools/view.h"
 
 namespace {
@@ -37,12 +38,16 @@ std::string sensor_line(const ipmi_access::Sensor &sensor, std::optional<uint16_
 
 std::string read_sensors(BmcClient &client, const ipmi_access::Sensors &sensors) {
     std::string lines = "ID | Name | Type | Reading | Units | Event\n";
+    Progress progress;
+    progress.expect(static_cast<size_t>(std::ranges::count_if(sensors, [](const auto &sensor) { return !!sensor; })));
     for (const auto &sensor : sensors) {
         if (sensor) {
             std::string why;
             lines += sensor_line(*sensor, read_states(client, *sensor, why));
+            progress.step("sensors");
         }
     }
+    progress.erase();
     return lines;
 }
 
@@ -66,16 +71,13 @@ std::string file_name(const FetchOptions &chosen) {
     return name;
 }
 
-void fetch_server(BmcClient &client, const std::string &files) {
+FetchedCapture read_capture(BmcClient &client, const std::string &sdr_name) {
     SelFollower follower;
     const Server server = read_server(client, follower);
-    ipmi_access::Warnings warnings = server.sel.remarks;
-    const ipmi_access::Sensors sensors = ipmi_access::parse_sdr_dump(server.sdr, files + ".sdr", warnings);
-    const std::string states = read_sensors(client, sensors);
-    write_file(files + ".sdr", {server.sdr.begin(), server.sdr.end()});
-    write_file(files + ".sel", bytes_of(server.sel.records));
-    write_file(files + ".sensors", states);
-    std::ranges::for_each(warnings, warn);
+    FetchedCapture capture{{server.sdr.begin(), server.sdr.end()}, bytes_of(server.sel.records), "", {}, {}};
+    capture.remarks = server.sel.remarks;
+    capture.sensors = read_sensors(client, ipmi_access::parse_sdr_dump(server.sdr, sdr_name, capture.sdr_warnings));
+    return capture;
 }
 
 int fetch(const FetchOptions &chosen) {
@@ -84,18 +86,30 @@ int fetch(const FetchOptions &chosen) {
     if (error) {
         throw Failure(chosen.directory + ": cannot make the folder: " + error.message());
     }
-    BmcClient client(resolve_access(chosen.bmc));
-    try {
-        fetch_server(client, chosen.directory + "/" + file_name(chosen));
-    } catch (const BmcError &failure) {
-        fail(chosen.bmc.access.host, failure);
-    }
-    client.call_off();
-    client.leave();
+    const std::string files = chosen.directory + "/" + file_name(chosen);
+    const FetchedCapture capture = fetch_capture(chosen.bmc, files + ".sdr");
+    write_file(files + ".sdr", capture.sdr);
+    write_file(files + ".sel", capture.sel);
+    write_file(files + ".sensors", capture.sensors);
+    std::ranges::for_each(capture.remarks, warn);
+    std::ranges::for_each(capture.sdr_warnings, warn);
     return exit_ok;
 }
 
 } // namespace
+
+FetchedCapture bmc::fetch_capture(const BmcOptions &options, const std::string &sdr_name) {
+    BmcClient client(resolve_access(options));
+    FetchedCapture capture;
+    try {
+        capture = read_capture(client, sdr_name);
+    } catch (const BmcError &failure) {
+        fail(options.access.host, failure);
+    }
+    client.call_off();
+    client.leave();
+    return capture;
+}
 
 Run prepare_fetch(CLI::App &app) {
     const auto chosen = std::make_shared<FetchOptions>();
