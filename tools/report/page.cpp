@@ -44,16 +44,23 @@ size_t serious_events(const ServerLog &log) {
     return events;
 }
 
+// One that could not be read may be anything: it stands before the healthy ones.
+std::pair<Counts, bool> badness(const ServerLog &log) {
+    return {active_counts(log), !log.failure.empty()};
+}
+
 data overview_line(const ServerLog &log, size_t number) {
     const bool healthy = log.faults.empty();
-    std::string worst = log.failure.empty() ? "none" : "could not be read: " + log.failure;
+    const bool failed = !log.failure.empty();
+    std::string worst = failed ? "could not be read: " + log.failure : "none";
     if (!healthy) {
         worst = log.faults.front().part + ": " + log.faults.front().name + " (" + log.faults.front().sensor + ")";
     }
     return object({{"number", std::to_string(number)},
                    {"name", log.name},
                    {"counts", counts_view(log)},
-                   {"serious_refused", std::to_string(serious_events(log))},
+                   {"serious_refused", failed ? "" : std::to_string(serious_events(log))},
+                   {"failed", failed},
                    {"worst", worst},
                    {"since", healthy ? "" : time_text(log.faults.front().first)}});
 }
@@ -90,13 +97,13 @@ data counts_view(const ServerLog &log) {
     for (size_t level = severities - 1; level > 0; --level) {
         shown.push_back(object({{"severity", severity_words[level]},
                                 {"letter", severity_letters[level]},
-                                {"count", std::to_string(counts[severities - 1 - level])}}));
+                                {"count", log.failure.empty() ? std::to_string(counts[severities - 1 - level]) : ""}}));
     }
     return shown;
 }
 
 std::string make_page(std::vector<ServerLog> logs, const Words &words) {
-    std::ranges::stable_sort(logs, std::greater(), active_counts);
+    std::ranges::stable_sort(logs, std::greater(), badness);
     size_t number = 0;
     kainjow::mustache::mustache page(html_file);
     if (!page.is_valid()) {

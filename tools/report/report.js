@@ -226,6 +226,7 @@ class Timeline {
         root.addEventListener('pointerdown', event => this.grab(event));
         addEventListener('resize', () => this.draw());
         addEventListener('scroll', () => this.drawLanes(), {passive: true});
+        addEventListener('beforeprint', () => this.drawLanes(Infinity));
         this.drawNow();
     }
 
@@ -322,11 +323,11 @@ class Timeline {
         this.drawLanes();
     }
 
-    // Lanes out of sight are drawn when they come into it.
-    drawLanes() {
+    // Lanes that are further out of sight than that are drawn when they come nearer.
+    drawLanes(margin = 200) {
         const seen = [...this.stale].filter(lane => {
             const {top, bottom} = lane.getBoundingClientRect();
-            return bottom > -200 && top < innerHeight + 200;
+            return bottom > -margin && top < innerHeight + margin;
         });
         const {server} = this, view = this.view();
         for (const lane of seen) {
@@ -341,7 +342,8 @@ class Timeline {
     drawGrid(view) {
         const marks = axisMarks(this.server, view), {eras} = this.server;
         this.root.querySelector('.axis').replaceChildren(...marks.map(({at, text}) =>
-            element('text', {x: view.percent(at), y: 15}, at > view.to - 75 * view.grain ? '' : text)));
+            element('text', {x: view.percent(at), y: 15, class: at > view.to - .15 * (view.to - view.from) ? 'late' : ''},
+                    at > view.to - 75 * view.grain ? '' : text)));
         const gaps = eras.slice(1).map(([place], at) => {
             const from = eras[at][0] + (eras[at][2] - eras[at][1] + 1) * perSecond;
             return element('rect', {class: 'gap', x: view.percent(from), width: view.share(place - from), height: '100%'});

@@ -36,7 +36,8 @@ std::string source_of(const json &line) {
     if (generator != bmc) {
         snprintf(text, sizeof text, " (generator 0x%02x)", static_cast<unsigned>(generator));
     }
-    return text_of(line, "sensor") + text;
+    const std::string sensor = text_of(line, "sensor");
+    return (sensor.empty() ? "no sensor" : sensor) + text;
 }
 
 Severity last_severity(const Life &life) {

@@ -122,10 +122,11 @@ data others_view(const ServerLog &log) {
     return with_severity(object({{"parts", parts}, {"more", more}}), worst);
 }
 
-// The last mark keeps its line alone: its text would reach out of the page.
+// Where there is little room the text of the last mark would reach out of the page.
 data marks_view(const Clock &clock) {
     return list(axis_marks(clock, marks_of_axis), [&clock](const Mark &mark) {
-        return object({{"x", percent(mark.place, clock)}, {"text", mark.place < clock.end / 20 * 17 ? mark.text : ""}});
+        const bool late = mark.place >= clock.end / 20 * 17;
+        return object({{"x", percent(mark.place, clock)}, {"text", mark.text}, {"late", late}});
     });
 }
 
