@@ -97,7 +97,7 @@ function ticks(life, view) {
 }
 
 function drawBar(life, number, view) {
-    const bar = element('g', {class: 'bar', 'data-n': 1, 'data-life': number}, element('title', {}, life.title));
+    const bar = element('g', {class: 'bar', role: 'img', 'data-n': 1, 'data-life': number}, element('title', {}, life.title));
     const top = life.track * trackPitch;
     for (const [from, to, severity] of levels(life, view.grain * 2.5)) {
         const left = Math.max(from, view.from - view.grain * 9), right = Math.min(to, view.to + view.grain * 9);
@@ -138,7 +138,7 @@ function drawMarks(server, view) {
     }
     return apart.map(({place, number, n}) => {
         const {source, event} = server.refused[number], others = n === 1 ? '' : ` and ${n - 1} more`;
-        return element('text', {class: 'mark', x: view.percent(place), y: 14, 'data-n': n, 'data-refused': number},
+        return element('text', {class: 'mark', role: 'img', x: view.percent(place), y: 14, 'data-n': n, 'data-refused': number},
                      element('title', {}, `${source}: ${event}${others}`), '▲');
     });
 }
