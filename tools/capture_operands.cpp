@@ -93,7 +93,7 @@ std::string complete(const std::string &name, CaptureFiles &files) {
     return "";
 }
 
-std::vector<CaptureFiles> whole(Groups groups) {
+std::vector<CaptureFiles> whole(Groups &&groups) {
     std::vector<CaptureFiles> captures;
     for (auto &[name, files] : groups) {
         if (const std::string missing = complete(name, files); !missing.empty()) {

@@ -21,6 +21,7 @@ struct RecordFile {
 // All files are read before the first record is written.
 std::vector<RecordFile> read_files(const std::vector<std::string> &paths) {
     std::vector<RecordFile> files;
+    files.reserve(paths.size());
     for (const std::string &path : paths) {
         files.push_back({path, load_records(path)});
     }

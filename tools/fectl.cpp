@@ -42,9 +42,9 @@ constexpr Command commands[] = {
 // Else the first files that are opened would take their numbers, and be written to as standard output.
 void open_standard_descriptors() {
     int fd;
-    do
+    do {
         fd = open("/dev/null", O_RDWR);
-    while (fd >= 0 && fd <= STDERR_FILENO);
+    } while (fd >= 0 && fd <= STDERR_FILENO);
     if (fd > STDERR_FILENO) {
         close(fd);
     }

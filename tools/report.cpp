@@ -157,6 +157,7 @@ std::vector<report::ServerLog> read_logs(const ReportOptions &chosen, report::Wo
     }
     check_captures(captures, chosen.output);
     std::vector<report::ServerLog> logs;
+    logs.reserve(captures.size());
     for (const CaptureFiles &files : captures) {
         logs.push_back(replayed_log(files, chosen.replay, words));
     }

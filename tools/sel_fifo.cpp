@@ -90,8 +90,9 @@ SelFifo::~SelFifo() {
 void SelFifo::wake_reader() {
     fd_at_stop_ = open_fifo(path_, O_RDWR);
     for (const int fd : {fd_, fd_at_stop_}) {
-        if (fd >= 0) [[maybe_unused]]
-            const ssize_t result = write(fd, &wake_up, sizeof wake_up); // a full FIFO wakes as well
+        if (fd >= 0) {
+            [[maybe_unused]] const ssize_t result = write(fd, &wake_up, sizeof wake_up); // a full FIFO wakes as well
+        }
     }
     open_sel_fifo_to_nothing();
 }

@@ -56,7 +56,7 @@ std::string own_words(const Fault &fault) {
     }
     char unknown[24];
     snprintf(unknown, sizeof unknown, "Sensor type 0x%02x", fault.sensor_type);
-    const std::string subject = type != nullptr ? type : unknown;
+    std::string subject = type != nullptr ? type : unknown;
     if (fault.event_type == threshold_events) {
         return subject + ' ' + level_words(fault.severity);
     }

@@ -32,9 +32,9 @@ void StopEvent::give() const {
 Woken StopEvent::await(int timeout_ms, int input) const {
     pollfd events[] = {{fd_, POLLIN, 0}, {input, POLLIN, 0}};
     int ready;
-    do
+    do {
         ready = poll(events, 2, timeout_ms);
-    while (ready < 0 && errno == EINTR);
+    } while (ready < 0 && errno == EINTR);
     if (events[0].revents != 0) {
         return Woken::by_event;
     }

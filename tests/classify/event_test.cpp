@@ -69,7 +69,8 @@ int expect_fault_num(fe_read_buf *request, const sensor_data_record *sensor, con
     static const Table table = read_table("classify/fault_numbers.txt");
     static const std::vector<int> memory = {8, 25, 32};
     const int id = request->entity_id, instance = request->entity_instance, offset = sel[13] & 0x0F;
-    const int type = sel[12] & 0x7F, mem_type = holds(memory, id) ? type : 0, word = sensor->entity_id & 0xFF;
+    const int type = sel[12] & 0x7F, mem_type = holds(memory, id) ? type : 0,
+              word = static_cast<uint8_t>(sensor->entity_id);
     const int entity = mem_type == 0 ? id : holds(memory, word) ? word : 256;
     int number = look_up(table, type, entity, sel[10], offset);
     if ((mem_type == 0x6F || mem_type == 0x7F) && number != refused) {
@@ -132,6 +133,7 @@ TEST(Classification, FollowsTheTables) {
     std::memset(bytes, 0x93, sizeof bytes);
     uint8_t *const sel = bytes + 1;
     std::vector<std::pair<int, int>> entities;
+    entities.reserve(300);
     for (int entity = 0; entity < 256; entity++) {
         entities.emplace_back(entity, entity);
     }

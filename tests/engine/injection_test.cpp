@@ -193,6 +193,7 @@ const std::vector<Fault> same_fault = {{208, 1, fault_code}, {29, 1, 5}};
 
 std::vector<Fault> full_table() {
     std::vector<Fault> faults;
+    faults.reserve(FE_TABLE_MAX_FAULTS);
     for (int32_t i = 0; i < FE_TABLE_MAX_FAULTS; ++i) {
         faults.push_back({29, i / 8, i % 8});
     }

@@ -13,7 +13,7 @@ namespace {
 constexpr int requests_of_a_life = 20, sensors = 16;
 
 const char *const lives_asked_for = getenv("FE_SOAK_LIVES");
-const int lives = lives_asked_for != nullptr ? atoi(lives_asked_for) : 30;
+const int lives = lives_asked_for != nullptr ? std::stoi(lives_asked_for) : 30;
 
 class Soak : public LiveEngine {
 protected:

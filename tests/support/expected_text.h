@@ -8,7 +8,7 @@
 
 inline std::string expected_text(const std::string &file) {
     std::ifstream stream(TEST_FOLDER "/" + file);
-    const std::string text(std::istreambuf_iterator<char>(stream), {});
+    std::string text(std::istreambuf_iterator<char>(stream), {});
     EXPECT_NE(text, "") << file;
     return text;
 }

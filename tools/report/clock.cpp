@@ -9,8 +9,10 @@ namespace report {
 namespace {
 
 constexpr int64_t first_date = 0x20000000; // before it: seconds since the system's start
-constexpr int64_t day = 24 * 60 * 60;
-constexpr int64_t jitter = 2 * 60;     // clocks that are kept in step differ by less
+constexpr int64_t minute = 60;
+constexpr int64_t hour = 60 * minute;
+constexpr int64_t day = 24 * hour;
+constexpr int64_t jitter = 2 * minute; // clocks that are kept in step differ by less
 constexpr int64_t silence = 400 * day; // nobody waits that long for a record: the clock was set ahead
 constexpr int64_t gap_share = 50;      // a gap is this part of the axis, or all gaps together a quarter of it
 
@@ -90,7 +92,7 @@ int64_t step_for(int64_t places, size_t at_most) {
 }
 
 std::string mark_text(int64_t time, int64_t step, int64_t before) {
-    const std::string text = time_text(time);
+    std::string text = time_text(time);
     if (!is_date(time)) {
         return text;
     }
@@ -140,7 +142,7 @@ std::string time_text(std::optional<int64_t> time) {
 }
 
 std::string duration_text(int64_t seconds) {
-    constexpr int64_t units[] = {day, 60 * 60, 60, 1};
+    constexpr int64_t units[] = {day, hour, minute, 1};
     constexpr const char *words[] = {"d", "h", "min", "s"};
     size_t unit = 0;
     while (unit + 1 < std::size(units) && seconds < units[unit]) {

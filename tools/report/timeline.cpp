@@ -143,7 +143,7 @@ int bar_height(Severity severity) {
 
 std::string percent(int64_t place, const Clock &clock) {
     char text[32];
-    snprintf(text, sizeof text, "%.2f", units(place, clock) / (width / 100));
+    snprintf(text, sizeof text, "%.2f", 100 * units(place, clock) / static_cast<double>(width));
     return text;
 }
 
@@ -165,6 +165,7 @@ std::vector<Bar> lane_bars(const Lane &lane, const ServerLog &log, const Words &
         ++drawings[last].faults;
     }
     std::vector<Bar> bars;
+    bars.reserve(drawings.size());
     for (const Drawing &drawing : drawings) {
         bars.push_back({drawing.faults, drawing_title(drawing, log, words), shapes_of(drawing.paths)});
     }
@@ -182,8 +183,8 @@ std::vector<Gap> clock_gaps(const Clock &clock) {
         const char *what = era.jump == Jump::back    ? "Clock set back"
                            : era.jump == Jump::ahead ? "Clock set ahead"
                                                      : "Clock counts from a start";
-        gaps.push_back(
-            {before.place + (before.last - before.first + 1) * per_second, era.place, what + by + ": " + between});
+        const std::string words = std::string(what).append(by).append(": ").append(between);
+        gaps.push_back({before.place + (before.last - before.first + 1) * per_second, era.place, words});
     }
     return gaps;
 }
