@@ -74,8 +74,8 @@ protected:
     void take_record() { process(event_of(road_sensor)); }
     void take_clearing_record() { process(event_of(road_sensor, 0x81)); }
     void take_extended_record() { process_extended(event()); }
-    void sweep_duplicates() { cleanup_duplicate_events(); }
-    void sweep_stale() { cleanup_deasserted_events(); }
+    void pass_over_duplicates() { cleanup_duplicate_events(); }
+    void pass_over_stale() { cleanup_deasserted_events(); }
 
     // Each of the two chunks of the SEL has an event; the others are of an OEM type.
     void start_up() {
@@ -209,12 +209,12 @@ const Injection::Operation Injection::operations[] = {
     {"update", same_fault, &Injection::take_record},
     {"clearing", same_fault, &Injection::take_clearing_record},
     {"eviction", full_table(), &Injection::take_record},
-    {"duplicate pass", {{3, 1, 1}, {3, 1, 2}, {3, 1, 2, FE_SEVERITY_MAJOR, 1}}, &Injection::sweep_duplicates},
+    {"duplicate pass", {{3, 1, 1}, {3, 1, 2}, {3, 1, 2, FE_SEVERITY_MAJOR, 1}}, &Injection::pass_over_duplicates},
     {"stale pass",
      {{3, 48, 1, FE_SEVERITY_MAJOR, 0, road_sensor},
       {3, 256, 1, FE_SEVERITY_MAJOR, 0, 256},
       {3, 49, 1, FE_SEVERITY_MAJOR, 0, second_sensor}},
-     &Injection::sweep_stale,
+     &Injection::pass_over_stale,
      false},
     {"start-up", {}, &Injection::start_up, false},
     {"FIFO reader", {}, &Injection::read_fifo, false},

@@ -38,7 +38,7 @@ TEST_F(FaultTableModel, IsFollowedByEveryUpdateAndPass) {
         steps.step();
         mirror.compare();
     }
-    EXPECT_GT(mirror.model.twins, 100);
+    EXPECT_GT(mirror.model.duplicates, 100);
     EXPECT_GT(mirror.model.stale, 300);
     EXPECT_GT(mirror.model.judged_again, 10);
 }

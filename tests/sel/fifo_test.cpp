@@ -124,8 +124,8 @@ protected:
             std::istringstream parts(line);
             std::string first, second;
             parts >> first >> second;
-            static const std::set<std::string> words = {"open",  "close",     "wait",       "stop",
-                                                        "sweep", "pause=5.0", "sweep=early"};
+            static const std::set<std::string> words = {"open",      "close",           "wait", "stop", "duplicates",
+                                                        "pause=5.0", "duplicates=early"};
             if (first == "decode_sel_entry:" || (first == ">" && words.contains(second))) {
                 result += " " + second;
             }
@@ -140,7 +140,7 @@ protected:
 };
 
 TEST_F(Fifo, ReaderGoesThroughEveryScenario) {
-    const std::string expected = expected_text("sel/fifo.txt"), start_up = " pause=5.0 sweep=early open";
+    const std::string expected = expected_text("sel/fifo.txt"), start_up = " pause=5.0 duplicates=early open";
     std::istringstream lines(expected);
     std::string all;
     for (std::string line; std::getline(lines, line);) {
@@ -161,8 +161,9 @@ TEST_F(Fifo, ReaderGoesThroughEveryScenario) {
 TEST_F(Fifo, IsOpenedUntilThatSucceedsWhateverTheStartUpSaid) {
     arrange();
     world().total_result = -1; // the SEL cannot be walked
-    EXPECT_EQ(run("1 activity"),
-              " pause=5.0 sweep=early open open pause=5.0 open pause=5.0 open wait 1 sweep stop close stopped");
+    EXPECT_EQ(
+        run("1 activity"),
+        " pause=5.0 duplicates=early open open pause=5.0 open pause=5.0 open wait 1 duplicates stop close stopped");
 }
 
 // select() cannot wait for such a one: it is closed, and tried again.
@@ -183,7 +184,7 @@ TEST_F(Fifo, IsNotReadThroughADescriptorPastTheSetsSize) {
     arrange();
     create();
     EXPECT_EQ(run("1 activity"),
-              " pause=5.0 sweep=early open close open close pause=5.0 open wait 1 sweep stop close stopped");
+              " pause=5.0 duplicates=early open close open close pause=5.0 open wait 1 duplicates stop close stopped");
 }
 
 } // namespace

@@ -233,11 +233,12 @@ struct FirstEvents : testing::Environment {
 };
 [[maybe_unused]] const auto *const first_events = testing::AddGlobalTestEnvironment(new FirstEvents);
 
-TEST_F(Road, SweepsDuplicatesOnceEach) {
+TEST_F(Road, ClearsDuplicatesOnceEach) {
     const std::string extended = " extended=300 date", ordinary = " attach text detach sensor";
     EXPECT_EQ(FirstEvents::stories, extended + " mem*[45,1,66]" + ordinary + " cpu*[1,4,117];" + // starting
                                         extended + ordinary + ";" +                              // refused
-                                        extended + " mem*[45,1,66] sweep*" + ordinary + " cpu*[1,4,117] sweep*;" + //
+                                        extended + " mem*[45,1,66] duplicates*" + ordinary +
+                                        " cpu*[1,4,117] duplicates*;" + //
                                         extended + " mem*[45,1,66]" + ordinary + " cpu*[1,4,117];");
 }
 

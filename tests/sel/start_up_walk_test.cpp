@@ -92,7 +92,7 @@ TEST_F(SelRoad, WalkFitsAStackOf512KiB) {
     fill_sel(600);
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, 512 * 1024);
+    pthread_attr_setstacksize(&attributes, size_t{512} * 1024);
     pthread_t thread;
     const auto walk = [](void *) -> void * { return expect_walk(0, " chunk=1+512 chunk=513+88", 600), nullptr; };
     ASSERT_EQ(pthread_create(&thread, &attributes, walk, nullptr), 0);
@@ -118,14 +118,15 @@ TEST_F(SelRoad, StartUpTakesEveryStepWhateverTheWalkGives) {
         EXPECT_EQ(sel_init_complete, 1);
         return story() + " = " + std::to_string(result);
     };
-    const std::string settled = " stale pause=5.0 stale sweep=early syslog=7,SEL,";
+    const std::string settled = " stale pause=5.0 stale duplicates=early syslog=7,SEL,";
     EXPECT_EQ(start_up([] { world().total_result = 3; }), " size" + settled + "0 publish# = -1");
     EXPECT_EQ(start_up([] { world().decode = [](auto...) { return 1; }; }),
               " size chunk=1+4" + settled + "4 publish# = -104");
     EXPECT_EQ(start_up([] { world().sel.clear(); }), " size" + settled + "4 publish# = 0");
-    EXPECT_EQ(start_up([] {}),
-              " size chunk=1+4 attach text detach sensor cpu*[1,4,117] update*=0 attach text detach "
-              "sensor stale sensor reading pause=5.0 stale sensor reading sweep=early syslog=7,SEL,4 publish# = 0");
+    EXPECT_EQ(
+        start_up([] {}),
+        " size chunk=1+4 attach text detach sensor cpu*[1,4,117] update*=0 attach text detach "
+        "sensor stale sensor reading pause=5.0 stale sensor reading duplicates=early syslog=7,SEL,4 publish# = 0");
     const std::string log = log_text();
     for (const char *line : {"Sensor num: 0\n", "Sensor num: 1\n", "Sensor num: -2\n", "Sensor num: 7\n"}) {
         EXPECT_NE(log.find(std::string("populate_all_sel_events:") + line), std::string::npos);

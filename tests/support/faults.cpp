@@ -66,7 +66,7 @@ std::string broken_table() {
 
 std::string broken_invariant() {
     pthread_mutex_lock(&fe_table_mutex);
-    const std::string wrong = broken_table();
+    std::string wrong = broken_table();
     pthread_mutex_unlock(&fe_table_mutex);
     return wrong;
 }

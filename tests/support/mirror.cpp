@@ -49,7 +49,7 @@ void expect_lines(const Lines &logged, const Lines &said) {
     for (size_t i = 0; i < std::max(logged.size(), said.size()); ++i) {
         const std::string one = i < logged.size() ? logged[i] : "nothing\n",
                           other = i < said.size() ? said[i] : "nothing\n";
-        expect(one == other, "logged is " + one + "instead of " + other);
+        expect(one == other, std::string("logged is ").append(one).append("instead of ").append(other));
     }
 }
 
@@ -114,11 +114,11 @@ void follow_clearing(const char *line) {
     }
 }
 
-void sweep_stale(decltype(&cleanup_deasserted_events) library_sweep) {
+void pass_over_stale(decltype(&cleanup_deasserted_events) library_pass) {
     std::optional<Disarmed> disarmed(std::in_place);
     Pass pass;
     disarmed.reset();
-    library_sweep();
+    library_pass();
     disarmed.emplace();
     mirrored_threads == Threads::one ? follow_stale_pass(pass) : void();
 }
@@ -205,12 +205,12 @@ int32_t update_fe_database(fe_write_buf_struct *wbuf) {
 
 void cleanup_duplicate_events() {
     const auto library = library_function<&cleanup_duplicate_events>("cleanup_duplicate_events");
-    tell("sweep", fe_flag(&sel_init_complete) != 0 ? "" : "=early");
+    tell("duplicates", fe_flag(&sel_init_complete) != 0 ? "" : "=early");
     mirror == nullptr ? library() : run_mirrored(library, [](Model &model) { model.cleanup_duplicates(); });
 }
 
 void cleanup_deasserted_events() {
     const auto library = library_function<&cleanup_deasserted_events>("cleanup_deasserted_events");
     tell("stale");
-    mirror == nullptr ? library() : sweep_stale(library);
+    mirror == nullptr ? library() : pass_over_stale(library);
 }

@@ -18,7 +18,7 @@ struct Model {
         {"fe_table.entry", "<missing>"}, {"fe_table.sz", "<missing>"}, {"stor_stat", ""}};
     int failing_allocation = 0;   // of the next operation, from 1; 0: none
     std::array<int, 4> storage{}; // faults by the bit of the status byte
-    int evictions = 0, twins = 0, stale = 0, judged_again = 0, freed = 0;
+    int evictions = 0, duplicates = 0, stale = 0, judged_again = 0, freed = 0;
     Lines said; // what the engine logs of it
 
     int32_t update(fe_write_buf &r) {
@@ -75,12 +75,14 @@ struct Model {
             const auto of_instance = [&](Place f) {
                 return f->entity_id == fault.entity_id && f->entity_instance == fault.entity_instance;
             };
-            const auto is_twin = [&](Place f) { return of_instance(f) && f->vemoFaultCode == fault.vemoFaultCode; };
-            if (std::none_of(at + 1, index.end(), is_twin)) {
+            const auto is_duplicate = [&](Place f) {
+                return of_instance(f) && f->vemoFaultCode == fault.vemoFaultCode;
+            };
+            if (std::none_of(at + 1, index.end(), is_duplicate)) {
                 ++at;
                 continue;
             }
-            ++twins;
+            ++duplicates;
             const Place first = *std::ranges::find_if(index, of_instance), next = at[1];
             say("Inside cleanup_duplicate_events...\n");
             say("Clean up fault node (%u/%u/curr:%u-prev:%u)\n", unsigned{fault.entity_id}, fault.entity_instance,

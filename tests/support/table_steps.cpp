@@ -49,7 +49,7 @@ void TableSteps::update_once() {
 }
 
 // While a sensor is read, some faults are cleared, or one is updated, or one of the sensor's is raised again.
-void TableSteps::sweep_stale() {
+void TableSteps::pass_over_stale() {
     std::vector<fe_write_buf> meanwhile;
     for (uint32_t n = choose.below(3); n > 0 && !mirror_.model.chain.empty(); --n) {
         const auto size = static_cast<uint32_t>(mirror_.model.chain.size());
@@ -81,7 +81,7 @@ void TableSteps::step() {
     switch (choose.below(24)) {
     case 0: run(cleanup_duplicate_events); break;
     case 1:
-    case 2: sweep_stale(); break;
+    case 2: pass_over_stale(); break;
     default: update_once();
     }
     world().log.clear();

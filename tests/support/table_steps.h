@@ -19,7 +19,7 @@ private:
     int32_t code() { return choose.of<int32_t>({0, 5, -5, 175, 176, 177, 460, 461, 462, 918, 919, 920, 921}); }
     uint32_t sensor_number() { return choose.of<uint32_t>({0, 255, 256, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF}); }
     void change_a_sensor();
-    void sweep_stale();
+    void pass_over_stale();
     void run(const std::function<void()> &step) const;
 
     Choices &choose;
