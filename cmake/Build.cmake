@@ -38,39 +38,7 @@ function(fe_target target)
         if(NOT FE_SANITIZE STREQUAL "thread")
             target_compile_options(${target} PRIVATE -fno-sanitize-recover=all)
         endif()
-        target_link_options(${target} PRIVATE -fsanitize=${FE_SANITIZE} ${FE_SHARED_SANITIZER})
-    endif()
-endfunction()
-
-# The tests stand in front of libc's functions, and call them behind the sanitizer's own: that takes its shared library.
-if(FE_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL Clang)
-    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-runtime-dir
-        OUTPUT_VARIABLE sanitizer_folder OUTPUT_STRIP_TRAILING_WHITESPACE)
-    set(FE_SHARED_SANITIZER -shared-libsan -Wl,-rpath,${sanitizer_folder})
-endif()
-
-# Programs for whose templates the optimiser takes longer than they run in a check.
-function(fe_quick_target target)
-    fe_target(${target})
-    if(FE_QUICK)
-        target_compile_options(${target} PRIVATE -O0)
-    endif()
-endfunction()
-
-# What is not shipped; debuggers of it have the preset dev.
-function(fe_test_target target)
-    fe_target(${target})
-    if(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
-        target_compile_options(${target} PRIVATE -O1 -g1)
-    endif()
-endfunction()
-
-# What most files of a target include, parsed once. With Clang alone: GCC's precompiled headers are hardly faster, and it
-# warns of the standard library's inlined functions then. Its builds see a header that a file forgot.
-function(fe_precompile target)
-    if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
-        target_precompile_headers(${target} PRIVATE
-            <algorithm> <chrono> <filesystem> <functional> <map> <memory> <optional> <set> <string> <vector> ${ARGN})
+        target_link_options(${target} PRIVATE -fsanitize=${FE_SANITIZE})
     endif()
 endfunction()
 
@@ -84,4 +52,31 @@ function(fe_harden target)
     target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-fstack-protector-strong
         -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 $<$<BOOL:${FE_HAS_STACK_CLASH_PROTECTION}>:-fstack-clash-protection>>)
     target_link_options(${target} PRIVATE -Wl,-z,relro -Wl,-z,now)
+endfunction()
+
+# What most files of a target include, parsed once. Debug builds and the optimised tool go without: the ones see a header that
+# a file forgot, and for the other GCC would warn of what it inlines of the standard library.
+function(fe_precompile target)
+    target_precompile_headers(${target} PRIVATE
+        <algorithm> <chrono> <filesystem> <functional> <map> <memory> <optional> <set> <string> <vector> ${ARGN})
+endfunction()
+
+# The tool, for whose templates the optimiser takes longer than it runs in a check. Then the names of headers.
+function(fe_tool_target target)
+    fe_target(${target})
+    if(FE_QUICK)
+        target_compile_options(${target} PRIVATE -O0)
+        fe_precompile(${target} ${ARGN})
+    else()
+        fe_harden(${target})
+    endif()
+endfunction()
+
+# What is not shipped; debuggers of it have the preset dev. Then the names of headers.
+function(fe_test_target target)
+    fe_target(${target})
+    if(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
+        target_compile_options(${target} PRIVATE -O1 -g1)
+        fe_precompile(${target} ${ARGN})
+    endif()
 endfunction()
