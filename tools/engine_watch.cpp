@@ -140,11 +140,11 @@ void count_refused(int32_t result) {
     }
 }
 
-void count_record(int32_t result) {
-    // Read from the FIFO in the very moment of the stop, it found no write buffer any more.
+// False for one that was read from the FIFO in the very moment of the stop, and found no write buffer any more.
+bool count_record(int32_t result) {
     if (result == not_classified && fe_flag(&fe_not_running) != 0) {
         totals.left_out++;
-        return;
+        return false;
     }
     totals.records++;
     if (result != 0) {
@@ -152,14 +152,15 @@ void count_record(int32_t result) {
     } else {
         (in_hand.dispatched ? totals.processed : totals.ignored)++;
     }
+    return true;
 }
 
 void end_record(int32_t result) {
     const std::lock_guard lock(totals_lock);
-    count_record(result);
+    const bool counts = count_record(result);
     record_is_in_hand = false;
     records_ended++;
-    if (audience != nullptr) {
+    if (counts && audience != nullptr) {
         audience->record_done();
     }
     record_has_ended.notify_all();

@@ -109,7 +109,7 @@ public:
     virtual ~Listener() = default;
     virtual void change(const Change &) {}
     virtual void refused(const Refused &) {}
-    virtual void record_done() {}
+    virtual void record_done() {} // not for one that a stop has left out
 };
 
 // What is left when all is over. The warnings are those of the capture.

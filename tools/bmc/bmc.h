@@ -20,7 +20,23 @@ struct SdrTimes {
     bool operator==(const SdrTimes &) const = default;
 };
 
-// Used by one thread at a time. All throw BmcError.
+// A BMC over one session after the other. All throw BmcError, or CalledOff.
+class LiveBmc : public SelSource {
+public:
+    // Opens a session, in place of one before. Until then, and once it is lost, all questions fail.
+    virtual void connect() = 0;
+
+    virtual Bytes sdr(const SdrProgress &progress) = 0;
+    virtual SdrTimes sdr_times() = 0;
+
+    // State bits of a sensor: event offset n is bit n. Nothing when it has no reading, which `why` then tells.
+    virtual std::optional<uint16_t> states(SensorAddress sensor, std::string &why) = 0;
+};
+
+// Whoever waits for the BMC is told to stop.
+struct CalledOff {};
+
+// Over one session, used by one thread at a time. All throw BmcError.
 class Bmc : public SelSource {
 public:
     explicit Bmc(std::unique_ptr<IpmiSession> session) : session_(std::move(session)) {}
@@ -30,8 +46,6 @@ public:
 
     Bytes sdr(const SdrProgress &progress);
     SdrTimes sdr_times();
-
-    // State bits of a sensor: event offset n is bit n. Nothing when it has no reading, which `why` then tells.
     std::optional<uint16_t> states(SensorAddress sensor, std::string &why);
 
 private:

@@ -9,25 +9,21 @@
 
 namespace bmc {
 
-// Thrown to those who wait when call_off() is called, and to all who ask afterwards.
-struct CalledOff {};
-
-class BmcClient : public SelSource {
+class BmcClient : public LiveBmc {
 public:
     explicit BmcClient(Access access);
     ~BmcClient();
     BmcClient(const BmcClient &) = delete;
     BmcClient &operator=(const BmcClient &) = delete;
 
-    // Opens a session, in place of one before. Until then, and once it is lost, all questions fail.
-    void connect();
-
+    void connect() override;
     SelInfo sel_info() override;
     std::optional<SelEntry> sel_entry(uint16_t id) override;
-    Bytes sdr(const SdrProgress &progress); // which is called in the thread that talks
-    SdrTimes sdr_times();
-    std::optional<uint16_t> states(SensorAddress sensor, std::string &why);
+    Bytes sdr(const SdrProgress &progress) override; // which is called in the thread that talks
+    SdrTimes sdr_times() override;
+    std::optional<uint16_t> states(SensorAddress sensor, std::string &why) override;
 
+    // Throws CalledOff to those who wait, and from now on to all who ask.
     void call_off();
 
     // After call_off(): gives the session back. False when the thread that talks is held by the network; the process then

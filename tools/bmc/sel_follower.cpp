@@ -20,10 +20,6 @@ RecordBytes bytes_of(const sel_record &record) {
     return bytes;
 }
 
-bool same(const sel_record &a, const sel_record &b) {
-    return bytes_of(a) == bytes_of(b);
-}
-
 std::string counted(size_t count, const char *noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
@@ -187,6 +183,10 @@ void remark_fullness(const SelInfo &before, const SelInfo &now, std::vector<std:
 
 uint16_t id_of(const sel_record &record) {
     return static_cast<uint16_t>(record.record_id[0] | record.record_id[1] << 8);
+}
+
+bool same(const sel_record &a, const sel_record &b) {
+    return memcmp(&a, &b, sizeof a) == 0;
 }
 
 // Of the record behind the last known one; nothing when that no longer stands, or when all is to be read again.

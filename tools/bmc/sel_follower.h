@@ -72,5 +72,6 @@ private:
 };
 
 uint16_t id_of(const sel_record &record);
+bool same(const sel_record &a, const sel_record &b); // all 16 bytes
 
 } // namespace bmc

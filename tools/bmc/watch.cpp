@@ -2,10 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdio>
-#include <cstring>
-#include <deque>
 #include <map>
 #include <memory>
 #include <thread>
@@ -13,7 +10,8 @@
 
 #include "platform/fe_core/fe_core.h"
 #include "tools/bmc/bmc_options.h"
-#include "tools/bmc/place_file.h"
+#include "tools/bmc/log_watch.h"
+#include "tools/bmc/news_listener.h"
 #include "tools/bmc/server_reader.h"
 #include "tools/bmc/stop_thread.h"
 #include "tools/cli.h"
@@ -34,8 +32,6 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr milliseconds short_pause{10};
-constexpr seconds longest_pause_between_attempts{60};
-constexpr seconds longest_drain{1};
 
 struct WatchOptions {
     BmcOptions bmc;
@@ -44,76 +40,6 @@ struct WatchOptions {
     std::string state_file;
     unsigned interval_s = 5;
     bool once = false;
-};
-
-// Passes on to the view what is news, and counts the records that came down the live road.
-class NewsListener : public story::Listener {
-public:
-    // Without the walk: what it has to tell was told by a watch before.
-    NewsListener(View &view, bool with_walk) : view_(view), with_walk_(with_walk) {}
-
-    void change(const story::Change &change) override {
-        if (change.live || with_walk_) {
-            view_.change(change);
-        }
-    }
-    void refused(const story::Refused &refused) override {
-        if (is_live() || with_walk_) {
-            view_.refused(refused);
-        }
-    }
-    void record_done() override { records_ += is_live(); }
-
-    size_t records() const { return records_; }
-
-private:
-    static bool is_live() { return fe_flag(&sel_init_complete) != 0; }
-
-    View &view_;
-    bool with_walk_;
-    std::atomic<size_t> records_ = 0;
-};
-
-bool same(const sel_record &a, const sel_record &b) {
-    return memcmp(&a, &b, sizeof a) == 0;
-}
-
-// The road from the BMC's log into the engine's FIFO, and the place in the log up to which the engine has come.
-class Road {
-public:
-    Road(const std::string &fifo, const NewsListener &listener) : writer_(fifo), listener_(listener) {}
-
-    void send(const std::vector<sel_record> &records) {
-        for (const sel_record &record : records) {
-            waiting_.push_back(record);
-            if (!writer_.write_record(record)) {
-                throw Failure(std::string("cannot hand a record to the engine: ") + strerror(errno));
-            }
-        }
-    }
-
-    bool all_done() {
-        for (; done_ < listener_.records() && !waiting_.empty(); ++done_) {
-            waiting_.pop_front();
-        }
-        return waiting_.empty();
-    }
-
-    // Without the records that the engine has not come to: they are news to the next watch.
-    SelPlace place_of(SelPlace place) {
-        if (!all_done()) {
-            std::erase_if(place.log, [this](const sel_record &record) {
-                return std::ranges::any_of(waiting_, [&](const auto &waiting) { return same(waiting, record); });
-            });
-        }
-        return place;
-    }
-
-private:
-    SelWriter writer_;
-    const NewsListener &listener_;
-    std::deque<sel_record> waiting_; // for the engine, as far as is known
-    size_t done_ = 0;
 };
 
 class Watch {
@@ -128,12 +54,9 @@ private:
     void serve_start();
     static int32_t read_for_engine(int32_t number, uint32_t *reading, uint32_t *status, uint32_t *state);
     std::optional<uint16_t> read_sensor(const ipmi_access::Sensor &sensor);
-    void follow(Road &road, const LiveEngine &engine);
-    milliseconds look(Road &road);
-    void connect_again();
-    void check_sdr();
-    void drain(Road &road, milliseconds longest);
-    void keep_place(Road &road);
+    LogWatch::Start log_start();
+    void await_walk(const LiveEngine &engine);
+    void follow(LogWatch &log, const LiveEngine &engine);
     void say(const std::string &text) const;
 
     static Watch *running_; // whom the engine's SEL thread asks for readings
@@ -146,10 +69,6 @@ private:
     SelFollower follower_;
     Server server_;
     std::map<uint8_t, std::string> unreadable_; // sensors, and what was said of them; the engine's SEL thread's
-    bool place_is_kept_ = false;
-    bool connected_ = true;
-    bool sdr_change_said_ = false;
-    seconds pause_after_failure_{1};
 };
 
 void Watch::say(const std::string &text) const {
@@ -225,69 +144,26 @@ std::optional<uint16_t> Watch::read_sensor(const ipmi_access::Sensor &sensor) {
     return std::nullopt;
 }
 
-void Watch::check_sdr() {
-    if (!sdr_change_said_ && client_.sdr_times() != server_.sdr_times) {
-        say("the sensor data records have changed; a new start of watch takes them");
-        sdr_change_said_ = true;
+LogWatch::Start Watch::log_start() {
+    return {.follower = std::move(follower_),
+            .sdr_times = server_.sdr_times,
+            .place_file = place_file_ ? &*place_file_ : nullptr,
+            .interval = seconds(chosen_.interval_s),
+            .say = [this](const std::string &text) { say(text); },
+            .sleep = [this](milliseconds time) { return stop_.sleep(time); }};
+}
+
+void Watch::await_walk(const LiveEngine &engine) {
+    while (fe_flag(&sel_init_complete) == 0 && !engine.has_given_up() && !stop_.sleep(short_pause)) {
     }
 }
 
-void Watch::connect_again() {
-    client_.connect();
-    connected_ = true;
-    say("connected again");
-    check_sdr();
-}
-
-// Returns when to look next.
-milliseconds Watch::look(Road &road) {
-    try {
-        if (!connected_) {
-            connect_again();
-        }
-        const SelNews news = follower_.look(client_);
-        for (const std::string &remark : news.remarks) {
-            say(remark);
-        }
-        if (!news.records.empty()) {
-            road.send(news.records);
-            drain(road, seconds(chosen_.interval_s));
-            check_sdr();
-        }
-        place_is_kept_ = place_is_kept_ && news.records.empty() && news.remarks.empty();
-        keep_place(road);
-        pause_after_failure_ = seconds(1);
-        return seconds(chosen_.interval_s);
-    } catch (const BmcError &error) {
-        connected_ = connected_ && error.kind != BmcError::Kind::network;
-        const seconds pause = pause_after_failure_;
-        pause_after_failure_ = std::min(2 * pause, longest_pause_between_attempts);
-        say(error.what() + ("; next attempt in " + std::to_string(pause.count()) + " s"));
-        return pause;
-    } catch (const CalledOff &) {
-        return milliseconds(0);
-    }
-}
-
-void Watch::follow(Road &road, const LiveEngine &engine) {
+void Watch::follow(LogWatch &log, const LiveEngine &engine) {
+    log.keep_place();
+    fprintf(stderr, "ready: %s, %zu SEL records\n", chosen_.bmc.access.host.c_str(), log.place().log.size());
     milliseconds pause = seconds(chosen_.interval_s);
     while (!stop_.sleep(pause) && !engine.has_given_up()) {
-        pause = look(road);
-    }
-}
-
-// Until the engine has processed what was sent.
-void Watch::drain(Road &road, milliseconds longest) {
-    const auto end = std::chrono::steady_clock::now() + longest;
-    while (!road.all_done() && std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(milliseconds(5));
-    }
-}
-
-void Watch::keep_place(Road &road) {
-    if (place_file_ && !place_is_kept_) {
-        place_file_->write(road.place_of(follower_.place()));
-        place_is_kept_ = road.all_done();
+        pause = log.look();
     }
 }
 
@@ -307,19 +183,26 @@ int Watch::run() {
     setvbuf(stdout, nullptr, _IOLBF, 0);
     LiveEngine engine(requests, records);
     engine.start();
-    Road road(records.path(), listener);
+    const SelWriter writer(records.path());
+    Road road([&writer](const sel_record &record) { return writer.write_record(record); }, listener.records());
+    LogWatch log(client_, road, log_start());
     road.send(server_.sel.records);
 
-    while (fe_flag(&sel_init_complete) == 0 && !engine.has_given_up() && !stop_.sleep(milliseconds(10))) {
-    }
-    if (!chosen_.once) {
-        fprintf(stderr, "ready: %s, %zu SEL records\n", chosen_.bmc.access.host.c_str(), follower_.place().log.size());
-        follow(road, engine);
+    await_walk(engine);
+    const bool walk_is_over = fe_flag(&sel_init_complete) != 0; // a stop leaves out what is left of it
+    if (walk_is_over && !chosen_.once) {
+        road.drain([this](milliseconds time) { return stop_.sleep(time); });
+        follow(log, engine);
     }
     const bool gave_up = engine.has_given_up();
-    drain(road, longest_drain);
+    road.drain([](milliseconds time) {
+        std::this_thread::sleep_for(time);
+        return false;
+    });
     engine.stop();
-    keep_place(road);
+    if (walk_is_over) {
+        log.keep_place();
+    }
     const story::Ending ending = engine_ending();
     view->end(ending, nullptr);
     return session.files_are_good() && !gave_up ? exit_code(chosen_.view, ending.active) : exit_failed;

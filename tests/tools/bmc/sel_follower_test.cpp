@@ -1,6 +1,5 @@
 // Every record exactly once, whatever the log does between two looks, and while it is looked at.
 #include <algorithm>
-#include <cstring>
 #include <deque>
 #include <random>
 
@@ -19,10 +18,6 @@ enum class Kind { stops_when_full, ring_with_new_ids, ring_of_places, ring_of_pl
 
 constexpr size_t capacity = 12;
 constexpr uint16_t last_id = 40; // small, so that ids come again
-
-bool same(const sel_record &a, const sel_record &b) {
-    return memcmp(&a, &b, sizeof a) == 0;
-}
 
 bool holds(const std::deque<sel_record> &records, const sel_record &wanted) {
     return std::ranges::any_of(records, [&](const sel_record &record) { return same(record, wanted); });

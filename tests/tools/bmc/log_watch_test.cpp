@@ -1,0 +1,156 @@
+// Whatever a BMC fails to answer, what a watch has told and what the next one will tell are all records, each once.
+#include <algorithm>
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "tools/bmc/log_watch.h"
+
+namespace bmc {
+namespace {
+
+enum class Fault { network, busy, called_off };
+
+// Answers all questions but one, or none at all.
+class FaultyBmc : public LiveBmc {
+public:
+    void add() {
+        sel_record record{};
+        record.record_id[0] = static_cast<uint8_t>(++info_.last_addition);
+        log_.push_back(record);
+    }
+    void clear() {
+        log_.clear();
+        info_.last_erase = info_.last_addition;
+    }
+    void fail_at(int question, Fault fault) {
+        questions_left_ = question;
+        fault_ = fault;
+    }
+    void set_dead(bool dead) { dead_ = dead; }
+
+    void connect() override { answer(); }
+    SelInfo sel_info() override {
+        answer();
+        info_.entries = static_cast<uint16_t>(log_.size());
+        return info_;
+    }
+    std::optional<SelEntry> sel_entry(uint16_t id) override {
+        answer();
+        const auto found = id == first_record ? log_.begin() : std::ranges::find(log_, id, id_of);
+        if (found == log_.end()) {
+            return std::nullopt;
+        }
+        return SelEntry{*found, found + 1 == log_.end() ? no_record : id_of(found[1])};
+    }
+    Bytes sdr(const SdrProgress &) override { return {}; }
+    SdrTimes sdr_times() override {
+        answer();
+        return {};
+    }
+    std::optional<uint16_t> states(SensorAddress, std::string &) override { return std::nullopt; }
+
+private:
+    void answer() {
+        if (!dead_ && questions_left_-- != 0) {
+            return;
+        }
+        if (fault_ == Fault::called_off) {
+            throw CalledOff();
+        }
+        throw BmcError(fault_ == Fault::network ? BmcError::Kind::network : BmcError::Kind::busy, "fails");
+    }
+
+    std::vector<sel_record> log_;
+    SelInfo info_;
+    int questions_left_ = -1; // until one fails
+    Fault fault_ = Fault::network;
+    bool dead_ = false;
+};
+
+class LogWatchTest : public testing::Test {
+protected:
+    // Two records are known from the start.
+    LogWatch start() {
+        bmc_.add();
+        bmc_.add();
+        SelFollower follower;
+        follower.look(bmc_);
+        LogWatch log(bmc_, road_,
+                     {.follower = follower,
+                      .sdr_times = {},
+                      .place_file = &place_file_,
+                      .interval = interval,
+                      .say = [this](const std::string &text) { said_.push_back(text); },
+                      .sleep = [](auto) { return true; }});
+        log.keep_place();
+        return log;
+    }
+    size_t news_of_next_watch() {
+        bmc_.fail_at(-1, Fault::network);
+        return SelFollower(*place_file_.read()).look(bmc_).records.size();
+    }
+    ~LogWatchTest() override { unlink(path_.c_str()); }
+
+    static constexpr std::chrono::seconds interval{5};
+    FaultyBmc bmc_;
+    std::vector<std::string> said_;
+    size_t sent_ = 0;
+    std::atomic<size_t> processed_ = 100; // as many as are sent
+    Road road_{[this](const sel_record &) { return ++sent_ != 0; }, processed_};
+    std::string path_ = testing::TempDir() + "watch_" + std::to_string(getpid());
+    PlaceFile place_file_{path_, "host"};
+};
+
+class AnyFault : public LogWatchTest, public testing::WithParamInterface<std::tuple<Fault, int, bool>> {};
+
+TEST_P(AnyFault, LosesAndRepeatsNothing) {
+    const auto &[fault, question, cleared] = GetParam();
+    LogWatch log = start();
+    if (cleared) {
+        bmc_.clear();
+    }
+    bmc_.add();
+    bmc_.add();
+    bmc_.fail_at(question, fault);
+    log.look();
+    EXPECT_EQ(sent_ + news_of_next_watch(), 2U);
+    if (fault != Fault::called_off) {
+        log.look();
+        EXPECT_EQ(sent_, 2U);
+        EXPECT_EQ(std::ranges::count(said_, "the SEL was cleared"), cleared);
+        EXPECT_EQ(news_of_next_watch(), 0U);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Bmc, AnyFault,
+                         testing::Combine(testing::Values(Fault::network, Fault::busy, Fault::called_off),
+                                          testing::Range(0, 7), testing::Bool()));
+
+TEST_F(LogWatchTest, LeavesToTheNextWhatTheEngineHasNotTold) {
+    LogWatch log = start();
+    processed_ = 1;
+    bmc_.add();
+    bmc_.add();
+    log.look();
+    EXPECT_EQ(news_of_next_watch(), 1U);
+    processed_ = 2;
+    log.look();
+    EXPECT_EQ(news_of_next_watch(), 0U);
+}
+
+TEST_F(LogWatchTest, TriesAgainLaterAndLater) {
+    LogWatch log = start();
+    for (int outage = 0; outage < 2; ++outage) {
+        bmc_.set_dead(true);
+        for (const int pause : {1, 2, 4, 8, 16, 32, 60, 60}) {
+            EXPECT_EQ(log.look(), std::chrono::seconds(pause));
+        }
+        bmc_.set_dead(false);
+        EXPECT_EQ(log.look(), interval);
+    }
+}
+
+} // namespace
+} // namespace bmc
