@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "tools/bmc/bmc_client.h"
 #include "tools/bmc/fetch.h"
 #include "tools/bmc/server_reader.h"
 #include "tools/cli.h"

@@ -131,6 +131,8 @@ void FreeipmiSession::fail_with(const SdrContext &sdr) {
     switch (ipmi_sdr_ctx_errnum(sdr.get())) {
     case IPMI_SDR_ERR_IPMI_ERROR: throw failure(context_.get(), number);
     case IPMI_SDR_ERR_CACHE_OUT_OF_DATE:
+    case IPMI_SDR_ERR_CACHE_CREATE_INVALID_RECORD_COUNT: // not as many as there were at the begin
+    case IPMI_SDR_ERR_CACHE_CREATE_DUPLICATE_RECORD_ID:
         throw BmcError(busy, "the sensor data records have changed while they were read");
     default:
         throw BmcError(network,

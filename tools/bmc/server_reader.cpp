@@ -33,9 +33,9 @@ private:
     Progress progress_;
 };
 
-Bytes read_sdr_once(BmcClient &client) {
+Bytes read_sdr_once(LiveBmc &bmc) {
     const auto progress = std::make_shared<Progress>(); // the talking thread's, too
-    Bytes records = client.sdr([progress](size_t, size_t total) {
+    Bytes records = bmc.sdr([progress](size_t, size_t total) {
         progress->expect(total);
         progress->step("sensor data records");
     });
@@ -43,10 +43,12 @@ Bytes read_sdr_once(BmcClient &client) {
     return records;
 }
 
-Bytes read_sdr(BmcClient &client) {
+void read_sdr(LiveBmc &bmc, Server &server) {
     for (int attempt = 1;; ++attempt) {
         try {
-            return read_sdr_once(client);
+            server.sdr_times = bmc.sdr_times();
+            server.sdr = read_sdr_once(bmc);
+            return;
         } catch (const BmcError &error) {
             if (error.kind != BmcError::Kind::busy || attempt == attempts) {
                 throw;
@@ -65,17 +67,16 @@ void fail(const std::string &host, const BmcError &error) {
     throw Unreachable(line);
 }
 
-Server read_server(BmcClient &client, SelFollower &follower) {
+Server read_server(LiveBmc &bmc, SelFollower &follower) {
     Server server;
-    client.connect();
-    server.sdr_times = client.sdr_times();
-    server.sdr = read_sdr(client);
-    CountedSel counted(client);
+    bmc.connect();
+    read_sdr(bmc, server);
+    CountedSel counted(bmc);
     server.sel = follower.look(counted);
     return server;
 }
 
-std::optional<uint16_t> read_states(BmcClient &client, const ipmi_access::Sensor &sensor, std::string &why) {
+std::optional<uint16_t> read_states(LiveBmc &bmc, const ipmi_access::Sensor &sensor, std::string &why) {
     if (sensor.owner != bmc_owner) {
         why = "another controller's sensor";
         return std::nullopt;
@@ -84,7 +85,7 @@ std::optional<uint16_t> read_states(BmcClient &client, const ipmi_access::Sensor
         why = "it has events alone";
         return std::nullopt;
     }
-    return client.states({sensor.number, sensor.lun}, why);
+    return bmc.states({sensor.number, sensor.lun}, why);
 }
 
 } // namespace bmc

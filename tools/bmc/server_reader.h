@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/ipmi_access/ipmi_access_host.h"
-#include "tools/bmc/bmc_client.h"
+#include "tools/bmc/bmc.h"
 
 namespace bmc {
 
@@ -16,9 +16,9 @@ struct Server {
 };
 
 // Opens the session and reads, with progress. Throws BmcError.
-Server read_server(BmcClient &client, SelFollower &follower);
+Server read_server(LiveBmc &bmc, SelFollower &follower);
 
 // The present states of a sensor, event offset n in bit n; nothing, and why, when it has none. Throws BmcError.
-std::optional<uint16_t> read_states(BmcClient &client, const ipmi_access::Sensor &sensor, std::string &why);
+std::optional<uint16_t> read_states(LiveBmc &bmc, const ipmi_access::Sensor &sensor, std::string &why);
 
 } // namespace bmc

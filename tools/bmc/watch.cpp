@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/fe_core/fe_core.h"
+#include "tools/bmc/bmc_client.h"
 #include "tools/bmc/bmc_options.h"
 #include "tools/bmc/log_watch.h"
 #include "tools/bmc/news_listener.h"

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "tools/bmc/log_watch.h"
+#include "tools/bmc/server_reader.h"
 
 namespace bmc {
 namespace {
@@ -29,6 +30,8 @@ public:
         fault_ = fault;
     }
     void set_dead(bool dead) { dead_ = dead; }
+    void change_sdr() { ++sdr_times_.last_addition; }
+    void change_sdr_while_read(int times) { sdr_changes_ahead_ = times; }
 
     void connect() override { answer(); }
     SelInfo sel_info() override {
@@ -44,10 +47,17 @@ public:
         }
         return SelEntry{*found, found + 1 == log_.end() ? no_record : id_of(found[1])};
     }
-    Bytes sdr(const SdrProgress &) override { return {}; }
+    Bytes sdr(const SdrProgress &) override {
+        if (sdr_changes_ahead_ == 0) {
+            return {};
+        }
+        --sdr_changes_ahead_;
+        change_sdr();
+        throw BmcError(BmcError::Kind::busy, "changed meanwhile");
+    }
     SdrTimes sdr_times() override {
         answer();
-        return {};
+        return sdr_times_;
     }
     std::optional<uint16_t> states(SensorAddress, std::string &) override { return std::nullopt; }
 
@@ -64,6 +74,8 @@ private:
 
     std::vector<sel_record> log_;
     SelInfo info_;
+    SdrTimes sdr_times_;
+    int sdr_changes_ahead_ = 0;
     int questions_left_ = -1; // until one fails
     Fault fault_ = Fault::network;
     bool dead_ = false;
@@ -76,10 +88,10 @@ protected:
         bmc_.add();
         bmc_.add();
         SelFollower follower;
-        follower.look(bmc_);
+        const Server server = read_server(bmc_, follower);
         LogWatch log(bmc_, road_,
                      {.follower = follower,
-                      .sdr_times = {},
+                      .sdr_times = server.sdr_times,
                       .place_file = &place_file_,
                       .interval = interval,
                       .say = [this](const std::string &text) { said_.push_back(text); },
@@ -138,6 +150,24 @@ TEST_F(LogWatchTest, LeavesToTheNextWhatTheEngineHasNotTold) {
     processed_ = 2;
     log.look();
     EXPECT_EQ(news_of_next_watch(), 0U);
+}
+
+TEST_F(LogWatchTest, TakesSensorDataRecordsAsTheyAreAtTheStart) {
+    bmc_.change_sdr_while_read(2);
+    LogWatch log = start();
+    bmc_.add();
+    log.look();
+    EXPECT_EQ(said_, std::vector<std::string>());
+    bmc_.change_sdr();
+    for (int look = 0; look < 2; ++look) { // said once
+        bmc_.add();
+        log.look();
+        EXPECT_EQ(said_,
+                  std::vector<std::string>{"the sensor data records have changed; a new start of watch takes them"});
+    }
+    bmc_.change_sdr_while_read(3);
+    SelFollower follower;
+    EXPECT_THROW(read_server(bmc_, follower), BmcError);
 }
 
 TEST_F(LogWatchTest, TriesAgainLaterAndLater) {
