@@ -4,20 +4,11 @@
 
 #include "tools/capture.h"
 #include "tools/cli.h"
-#include "tools/engine_files.h"
-#include "tools/engine_session.h"
-#include "tools/engine_watch.h"
 #include "tools/fectl.h"
-#include "tools/live_engine.h"
-#include "tools/request_socket.h"
-#include "tools/sel_fifo.h"
+#include "tools/live_session.h"
 #include "tools/stop_signals.h"
-#include "tools/view.h"
 
 namespace {
-
-// The engine's waits for a FIFO that cannot be opened are pauses, too.
-constexpr std::chrono::milliseconds short_pause{10};
 
 struct ServeOptions {
     CaptureOptions capture;
@@ -46,25 +37,12 @@ void serve_capture(const CaptureFiles &files) {
 int serve(const ServeOptions &chosen) {
     const StopSignals stop_signals;
     serve_capture(chosen.capture.files);
-    RequestSocket requests(chosen.socket_path());
     const std::unique_ptr<View> view = make_view(chosen.view);
-    const EngineSession session(chosen.engine, short_pause, *view);
-    SelFifo records(engine_file(sel_fifo_path), chosen.fifo_create);
-    setvbuf(stdout, nullptr, _IOLBF, 0);
-    LiveEngine engine(requests, records);
-    engine.start();
-    fprintf(stderr, "ready: socket %s, FIFO %s\n", chosen.socket_path().c_str(), records.path().c_str());
-
-    const bool told_to_stop = stop_signals.await([&engine] { return engine.has_given_up(); });
-    if (!told_to_stop) {
-        fprintf(stderr, "fectl: the engine has stopped: %s is gone or fails\n", records.path().c_str());
-    }
-    engine.stop();
-    const RequestsSeen requests_seen = {fe_core::request_counts(), requests.drain(), records.drain()};
-    const story::Ending ending = engine_ending();
-    view->end(ending, &requests_seen);
-    const bool good = session.files_are_good() && told_to_stop;
-    return good ? exit_code(chosen.view, ending.active) : exit_failed;
+    LiveSession live(chosen.engine, {.socket = chosen.socket_path(), .create_fifo = chosen.fifo_create}, *view);
+    fprintf(stderr, "ready: socket %s, FIFO %s\n", chosen.socket_path().c_str(), live.fifo_path().c_str());
+    stop_signals.await([&live] { return live.has_given_up(); });
+    live.stop();
+    return live.end(*view, chosen.view, true);
 }
 
 } // namespace

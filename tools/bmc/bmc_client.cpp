@@ -78,7 +78,7 @@ BmcClient::BmcClient(Access access) : talk_(std::make_shared<Talk>()) {
 }
 
 BmcClient::~BmcClient() {
-    call_off();
+    leave();
 }
 
 void BmcClient::run(Job job) {
@@ -149,6 +149,7 @@ void BmcClient::call_off() {
 }
 
 bool BmcClient::leave() {
+    call_off();
     std::unique_lock lock(talk_->lock);
     return talk_->changed.wait_for(lock, longest_goodbye, [this] { return talk_->ended; });
 }

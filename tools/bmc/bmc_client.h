@@ -26,8 +26,8 @@ public:
     // Throws CalledOff to those who wait, and from now on to all who ask.
     void call_off();
 
-    // After call_off(): gives the session back. False when the thread that talks is held by the network; the process then
-    // has to end by _exit().
+    // Calls off, and gives the session back. False when the thread that talks is held by the network; the process then has
+    // to end by _exit().
     bool leave();
 
 private:

@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <memory>
 
-#include "tools/bmc/bmc_client.h"
 #include "tools/bmc/fetch.h"
 #include "tools/bmc/server_reader.h"
+#include "tools/bmc/talk.h"
 #include "tools/cli.h"
 #include "tools/fectl.h"
 #include "tools/progress.h"
@@ -100,16 +100,15 @@ int fetch(const FetchOptions &chosen) {
 } // namespace
 
 FetchedCapture bmc::fetch_capture(const BmcOptions &options, const std::string &sdr_name) {
-    BmcClient client(resolve_access(options));
-    FetchedCapture capture;
-    try {
+    std::optional<FetchedCapture> capture;
+    talk(options, exit_failed, [&](BmcClient &client, StopThread &) {
         capture = read_capture(client, sdr_name);
-    } catch (const BmcError &failure) {
-        fail(options.access.host, failure);
+        return exit_ok;
+    });
+    if (!capture) {
+        throw Failure(options.access.host + ": told to stop before all was read");
     }
-    client.call_off();
-    client.leave();
-    return capture;
+    return *capture;
 }
 
 Run prepare_fetch(CLI::App &app) {

@@ -15,7 +15,8 @@ struct FetchedCapture {
     ipmi_access::Warnings sdr_warnings; // which whoever reads the records gets again
 };
 
-// Reads it with progress. Warnings call the sensor data records by that name. Throws Refusal and Unreachable.
+// Reads it with progress. Warnings call the sensor data records by that name. Throws Refusal and
+// Unreachable, and Failure when a signal tells to stop.
 FetchedCapture fetch_capture(const BmcOptions &options, const std::string &sdr_name);
 
 } // namespace bmc

@@ -1,5 +1,7 @@
 // IPMI sessions by libfreeipmi.
 #include <freeipmi/freeipmi.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -8,7 +10,6 @@
 #include <string_view>
 
 #include "tools/bmc/ipmi_session.h"
-#include "tools/private_folder.h"
 
 namespace bmc {
 namespace {
@@ -87,6 +88,24 @@ std::string with_port(const Access &access) {
     return (bare_ipv6 ? "[" + host + "]" : host) + ":" + std::to_string(access.port);
 }
 
+// A file that nobody else sees, and that is gone with the process, however that ends.
+class MemoryFile {
+public:
+    MemoryFile() : fd_(memfd_create("sdr", MFD_CLOEXEC)) {
+        if (fd_ < 0) {
+            throw BmcError(network, std::string("cannot make a file in memory: ") + strerror(errno));
+        }
+    }
+    ~MemoryFile() { close(fd_); }
+    MemoryFile(const MemoryFile &) = delete;
+    MemoryFile &operator=(const MemoryFile &) = delete;
+
+    std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
+
+private:
+    int fd_;
+};
+
 class FreeipmiSession : public IpmiSession {
 public:
     explicit FreeipmiSession(Context context) : context_(std::move(context)) {}
@@ -141,21 +160,20 @@ void FreeipmiSession::fail_with(const SdrContext &sdr) {
 }
 
 Bytes FreeipmiSession::read_sdr(const SdrProgress &progress) {
-    const PrivateFolder folder; // the library keeps them in a file
-    const std::string cache = folder.path() + "/sdr";
+    const MemoryFile cache; // the library keeps them in a file
     const SdrContext sdr(ipmi_sdr_ctx_create());
     if (!sdr) {
         throw std::bad_alloc();
     }
     std::pair<size_t, const SdrProgress &> counter{0, progress};
     errno = 0;
-    if (ipmi_sdr_cache_create(sdr.get(), context_.get(), cache.c_str(), IPMI_SDR_CACHE_CREATE_FLAGS_DEFAULT,
+    if (ipmi_sdr_cache_create(sdr.get(), context_.get(), cache.path().c_str(), IPMI_SDR_CACHE_CREATE_FLAGS_OVERWRITE,
                               report_record, &counter) != 0) {
         fail_with(sdr);
     }
     Bytes records;
     // Opened together with the session, the cache is compared with the repository's times of change.
-    if (ipmi_sdr_cache_open(sdr.get(), context_.get(), cache.c_str()) != 0 ||
+    if (ipmi_sdr_cache_open(sdr.get(), context_.get(), cache.path().c_str()) != 0 ||
         ipmi_sdr_cache_iterate(sdr.get(), append_record, &records) != 0) {
         fail_with(sdr);
     }

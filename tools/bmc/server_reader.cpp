@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include "tools/fectl.h"
 #include "tools/progress.h"
 
 namespace bmc {
@@ -58,14 +57,6 @@ void read_sdr(LiveBmc &bmc, Server &server) {
 }
 
 } // namespace
-
-void fail(const std::string &host, const BmcError &error) {
-    const std::string line = host + ": " + error.what();
-    if (error.kind == BmcError::Kind::refused) {
-        throw Refusal(line);
-    }
-    throw Unreachable(line);
-}
 
 Server read_server(LiveBmc &bmc, SelFollower &follower) {
     Server server;

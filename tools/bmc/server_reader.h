@@ -6,9 +6,6 @@
 
 namespace bmc {
 
-// Throws what ends fectl with the right exit code: Refusal when the BMC refuses, else Unreachable.
-[[noreturn]] void fail(const std::string &host, const BmcError &error);
-
 struct Server {
     SdrTimes sdr_times;
     Bytes sdr;

@@ -1,6 +1,4 @@
 // fectl watch: the engine, running, on the event log and the sensors of a BMC.
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <map>
@@ -9,22 +7,14 @@
 #include <utility>
 
 #include "platform/fe_core/fe_core.h"
-#include "tools/bmc/bmc_client.h"
-#include "tools/bmc/bmc_options.h"
 #include "tools/bmc/log_watch.h"
 #include "tools/bmc/news_listener.h"
 #include "tools/bmc/server_reader.h"
-#include "tools/bmc/stop_thread.h"
+#include "tools/bmc/talk.h"
 #include "tools/cli.h"
-#include "tools/engine_files.h"
-#include "tools/engine_session.h"
-#include "tools/engine_watch.h"
 #include "tools/fectl.h"
-#include "tools/live_engine.h"
+#include "tools/live_session.h"
 #include "tools/private_folder.h"
-#include "tools/request_socket.h"
-#include "tools/sel_fifo.h"
-#include "tools/view.h"
 
 namespace {
 
@@ -56,8 +46,8 @@ private:
     static int32_t read_for_engine(int32_t number, uint32_t *reading, uint32_t *status, uint32_t *state);
     std::optional<uint16_t> read_sensor(const ipmi_access::Sensor &sensor);
     LogWatch::Start log_start();
-    void await_walk(const LiveEngine &engine);
-    void follow(LogWatch &log, const LiveEngine &engine);
+    void await_walk(const LiveSession &live);
+    void follow(LogWatch &log, const LiveSession &live);
     void say(const std::string &text) const;
 
     static Watch *running_; // whom the engine's SEL thread asks for readings
@@ -82,11 +72,7 @@ void Watch::read_start() {
         place_before_ = place_file_->read();
         follower_ = SelFollower(place_before_.value_or(SelPlace()));
     }
-    try {
-        server_ = read_server(client_, follower_);
-    } catch (const BmcError &error) {
-        fail(chosen_.bmc.access.host, error);
-    }
+    server_ = read_server(client_, follower_);
     for (const std::string &remark : server_.sel.remarks) {
         say(remark);
     }
@@ -154,16 +140,16 @@ LogWatch::Start Watch::log_start() {
             .sleep = [this](milliseconds time) { return stop_.sleep(time); }};
 }
 
-void Watch::await_walk(const LiveEngine &engine) {
-    while (fe_flag(&sel_init_complete) == 0 && !engine.has_given_up() && !stop_.sleep(short_pause)) {
+void Watch::await_walk(const LiveSession &live) {
+    while (fe_flag(&sel_init_complete) == 0 && !live.has_given_up() && !stop_.sleep(short_pause)) {
     }
 }
 
-void Watch::follow(LogWatch &log, const LiveEngine &engine) {
+void Watch::follow(LogWatch &log, const LiveSession &live) {
     log.keep_place();
     fprintf(stderr, "ready: %s, %zu SEL records\n", chosen_.bmc.access.host.c_str(), log.place().log.size());
     milliseconds pause = seconds(chosen_.interval_s);
-    while (!stop_.sleep(pause) && !engine.has_given_up()) {
+    while (!stop_.sleep(pause) && !live.has_given_up()) {
         pause = log.look();
     }
 }
@@ -176,57 +162,35 @@ int Watch::run() {
     if (options.file_directory.empty()) {
         options.file_directory = folder.path();
     }
-    RequestSocket requests(folder.path() + "/requests");
     const std::unique_ptr<View> view = make_view(chosen_.view);
     NewsListener listener(*view, !place_before_);
-    const EngineSession session(options, short_pause, listener);
-    SelFifo records(engine_file(sel_fifo_path), true);
-    setvbuf(stdout, nullptr, _IOLBF, 0);
-    LiveEngine engine(requests, records);
-    engine.start();
-    const SelWriter writer(records.path());
+    LiveSession live(options, {.socket = folder.path() + "/requests", .create_fifo = true}, listener);
+    const SelWriter writer(live.fifo_path());
     Road road([&writer](const sel_record &record) { return writer.write_record(record); }, listener.records());
     LogWatch log(client_, road, log_start());
     road.send(server_.sel.records);
 
-    await_walk(engine);
+    await_walk(live);
     const bool walk_is_over = fe_flag(&sel_init_complete) != 0; // a stop leaves out what is left of it
     if (walk_is_over && !chosen_.once) {
         road.drain([this](milliseconds time) { return stop_.sleep(time); });
-        follow(log, engine);
+        follow(log, live);
     }
-    const bool gave_up = engine.has_given_up();
     road.drain([](milliseconds time) {
         std::this_thread::sleep_for(time);
         return false;
     });
-    engine.stop();
+    live.stop();
     if (walk_is_over) {
         log.keep_place();
     }
-    const story::Ending ending = engine_ending();
-    view->end(ending, nullptr);
-    return session.files_are_good() && !gave_up ? exit_code(chosen_.view, ending.active) : exit_failed;
+    const int code = live.end(*view, chosen_.view, false);
+    return chosen_.once && !walk_is_over ? exit_failed : code;
 }
 
 int watch(const WatchOptions &chosen) {
-    BmcClient client(resolve_access(chosen.bmc));
-    const StopSignals signals;
-    int code = exit_ok;
-    {
-        StopThread stop(signals, [&client] { client.call_off(); });
-        try {
-            code = Watch(chosen, client, stop).run();
-        } catch (const CalledOff &) { // told to stop before the engine ran
-            code = chosen.once ? exit_failed : exit_ok;
-        }
-    }
-    client.call_off();
-    if (!client.leave()) {
-        fflush(stdout);
-        _exit(code);
-    }
-    return code;
+    return talk(chosen.bmc, chosen.once ? exit_failed : exit_ok,
+                [&chosen](BmcClient &client, StopThread &stop) { return Watch(chosen, client, stop).run(); });
 }
 
 } // namespace
