@@ -29,7 +29,15 @@ Readings parse_readings(std::string_view text, const std::string &path);
 Readings parse_sensor_list(const std::string &text, const std::string &path, const Sensors &sensors,
                            Warnings &warnings);
 
-// The word of a sensor that has these states: a bit for each offset, or for each threshold that is crossed.
-uint32_t state_word(const Sensor &sensor, uint32_t states);
+// A sensor's states, however they were learned: a bit for each event offset, or for each threshold that is crossed.
+using States = uint16_t;
+
+// Out of the two bytes in which a BMC tells them, the lower offsets first; the topmost bit is reserved.
+constexpr States states_of(unsigned first, unsigned second) {
+    return static_cast<States>(first | (second & 0x7F) << 8);
+}
+
+// The word of a sensor that has these states.
+uint32_t state_word(const Sensor &sensor, States states);
 
 } // namespace ipmi_access

@@ -22,7 +22,7 @@ constexpr uint8_t power_supply = 0x08;
 constexpr unsigned first_state_bit = 8;
 // Of a power supply: presence alone is well, and so is no more than one state. Two bits stay a fault.
 constexpr uint32_t present = 0x01, present_and_failed = 0x03;
-constexpr uint32_t crossed = 0x3F; // a threshold, whichever
+constexpr States crossed = 0x3F; // a threshold, whichever
 
 std::vector<std::string> columns_of(const std::string &line) {
     std::vector<std::string> columns;
@@ -35,19 +35,19 @@ std::vector<std::string> columns_of(const std::string &line) {
     return columns;
 }
 
-std::optional<uint32_t> hexadecimal(const std::string &text) {
+std::optional<uint16_t> hexadecimal(const std::string &text) {
     char *end = nullptr;
     const unsigned long value = strtoul(text.c_str(), &end, 16);
     if (text.empty() || end == text.c_str() || (*end != '\0' && *end != 'h') || value > UINT16_MAX) {
         return std::nullopt;
     }
-    return static_cast<uint32_t>(value);
+    return static_cast<uint16_t>(value);
 }
 
-// A line's name and the states that it says, a bit for each offset, or for each crossed threshold.
+// A line's name and the states that it says.
 struct Line {
     std::string name;
-    std::optional<uint32_t> states;
+    std::optional<States> states;
 };
 
 // "CPU Temp | 45.000 | degrees C | ok | ...", "PS1 Status | 0x1 | discrete | 0x0180 | ...": there the first byte holds
@@ -60,10 +60,10 @@ Line ipmitool_line(const std::vector<std::string> &columns) {
         if (!word) {
             return {columns[0], std::nullopt};
         }
-        return {columns[0], (*word >> 8 | *word << 8) & 0x7FFFU};
+        return {columns[0], states_of(*word >> 8, *word & 0xFFU)};
     }
     if (status == "ok") {
-        return {columns[0], 0};
+        return {columns[0], States{0}};
     }
     const bool is_crossing = std::ranges::find(crossings, status) != std::end(crossings);
     return {columns[0], is_crossing ? std::optional(crossed) : std::nullopt};
@@ -119,13 +119,13 @@ private:
 
 } // namespace
 
-uint32_t state_word(const Sensor &sensor, uint32_t states) {
+uint32_t state_word(const Sensor &sensor, States states) {
     const uint8_t type = sensor.event_type;
     if (type == threshold_events) {
         return states & crossed;
     }
     if ((type > threshold_events && type <= last_generic_type) || type == oem_events) {
-        return states << first_state_bit;
+        return uint32_t{states} << first_state_bit;
     }
     if (type == sensor_specific && sensor.sensor_type == power_supply) {
         return states == present ? present : present_and_failed;

@@ -122,7 +122,7 @@ SdrTimes Bmc::sdr_times() {
     return {u32(data, 5), u32(data, 9)};
 }
 
-std::optional<uint16_t> Bmc::states(SensorAddress sensor, std::string &why) {
+std::optional<States> Bmc::states(SensorAddress sensor, std::string &why) {
     constexpr uint8_t unavailable = 0x20, scanning = 0x40;
     const Answer answer = ask(sensor.lun, sensor_event, {get_sensor_reading, sensor.number});
     if (answer.completion_code != done) {
@@ -134,8 +134,7 @@ std::optional<uint16_t> Bmc::states(SensorAddress sensor, std::string &why) {
     } else if ((answer.data[1] & unavailable) != 0) {
         why = "no reading";
     } else {
-        const uint8_t upper = answer.data.size() > 3 ? answer.data[3] & 0x7F : 0;
-        return static_cast<uint16_t>(answer.data[2] | upper << 8);
+        return ipmi_access::states_of(answer.data[2], answer.data.size() > 3 ? answer.data[3] : 0U);
     }
     return std::nullopt;
 }

@@ -3,10 +3,13 @@
 
 #include <memory>
 
+#include "platform/ipmi_access/readings.h"
 #include "tools/bmc/ipmi_session.h"
 #include "tools/bmc/sel_follower.h"
 
 namespace bmc {
+
+using ipmi_access::States;
 
 struct SensorAddress {
     uint8_t number;
@@ -29,8 +32,8 @@ public:
     virtual Bytes sdr(const SdrProgress &progress) = 0;
     virtual SdrTimes sdr_times() = 0;
 
-    // State bits of a sensor: event offset n is bit n. Nothing when it has no reading, which `why` then tells.
-    virtual std::optional<uint16_t> states(SensorAddress sensor, std::string &why) = 0;
+    // Nothing when the sensor has no reading, which `why` then tells.
+    virtual std::optional<States> states(SensorAddress sensor, std::string &why) = 0;
 };
 
 // Whoever waits for the BMC is told to stop.
@@ -46,7 +49,7 @@ public:
 
     Bytes sdr(const SdrProgress &progress);
     SdrTimes sdr_times();
-    std::optional<uint16_t> states(SensorAddress sensor, std::string &why);
+    std::optional<States> states(SensorAddress sensor, std::string &why);
 
 private:
     Answer ask(uint8_t lun, uint8_t net_function, std::initializer_list<uint8_t> request);

@@ -131,11 +131,11 @@ SdrTimes BmcClient::sdr_times() {
     return ask<SdrTimes>([](Bmc &bmc) { return bmc.sdr_times(); });
 }
 
-std::optional<uint16_t> BmcClient::states(SensorAddress sensor, std::string &why) {
-    using Reading = std::pair<std::optional<uint16_t>, std::string>;
+std::optional<States> BmcClient::states(SensorAddress sensor, std::string &why) {
+    using Reading = std::pair<std::optional<States>, std::string>;
     Reading reading = ask<Reading>([sensor](Bmc &bmc) {
         std::string reason;
-        const std::optional<uint16_t> bits = bmc.states(sensor, reason);
+        const std::optional<States> bits = bmc.states(sensor, reason);
         return Reading(bits, reason);
     });
     why = std::move(reading.second);

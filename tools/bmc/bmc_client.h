@@ -21,7 +21,7 @@ public:
     std::optional<SelEntry> sel_entry(uint16_t id) override;
     Bytes sdr(const SdrProgress &progress) override; // which is called in the thread that talks
     SdrTimes sdr_times() override;
-    std::optional<uint16_t> states(SensorAddress sensor, std::string &why) override;
+    std::optional<States> states(SensorAddress sensor, std::string &why) override;
 
     // Throws CalledOff to those who wait, and from now on to all who ask.
     void call_off();

@@ -28,7 +28,7 @@ std::string bytes_of(const std::vector<sel_record> &records) {
 }
 
 // A line as "ipmi-sensors --output-event-bitmask" prints it.
-std::string sensor_line(const ipmi_access::Sensor &sensor, std::optional<uint16_t> states) {
+std::string sensor_line(const ipmi_access::Sensor &sensor, std::optional<States> states) {
     char type[8], event[8] = "N/A";
     snprintf(type, sizeof type, "0x%02x", sensor.sensor_type);
     if (states) {

@@ -67,7 +67,7 @@ Server read_server(LiveBmc &bmc, SelFollower &follower) {
     return server;
 }
 
-std::optional<uint16_t> read_states(LiveBmc &bmc, const ipmi_access::Sensor &sensor, std::string &why) {
+std::optional<States> read_states(LiveBmc &bmc, const ipmi_access::Sensor &sensor, std::string &why) {
     if (sensor.owner != bmc_owner) {
         why = "another controller's sensor";
         return std::nullopt;

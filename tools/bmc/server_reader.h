@@ -15,7 +15,7 @@ struct Server {
 // Opens the session and reads, with progress. Throws BmcError.
 Server read_server(LiveBmc &bmc, SelFollower &follower);
 
-// The present states of a sensor, event offset n in bit n; nothing, and why, when it has none. Throws BmcError.
-std::optional<uint16_t> read_states(LiveBmc &bmc, const ipmi_access::Sensor &sensor, std::string &why);
+// Nothing, and why, when the sensor has no reading. Throws BmcError.
+std::optional<States> read_states(LiveBmc &bmc, const ipmi_access::Sensor &sensor, std::string &why);
 
 } // namespace bmc

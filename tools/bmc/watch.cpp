@@ -44,7 +44,7 @@ private:
     void read_start();
     void serve_start();
     static int32_t read_for_engine(int32_t number, uint32_t *reading, uint32_t *status, uint32_t *state);
-    std::optional<uint16_t> read_sensor(const ipmi_access::Sensor &sensor);
+    std::optional<States> read_sensor(const ipmi_access::Sensor &sensor);
     LogWatch::Start log_start();
     void await_walk(const LiveSession &live);
     void follow(LogWatch &log, const LiveSession &live);
@@ -103,7 +103,7 @@ Watch *Watch::running_ = nullptr;
 
 int32_t Watch::read_for_engine(int32_t number, uint32_t *reading, uint32_t *status, uint32_t *state) {
     const ipmi_access::Sensor *sensor = ipmi_access::find_sensor(static_cast<uint32_t>(number));
-    const std::optional<uint16_t> states = sensor != nullptr ? running_->read_sensor(*sensor) : std::nullopt;
+    const std::optional<States> states = sensor != nullptr ? running_->read_sensor(*sensor) : std::nullopt;
     if (!states) {
         return -1;
     }
@@ -113,10 +113,10 @@ int32_t Watch::read_for_engine(int32_t number, uint32_t *reading, uint32_t *stat
     return 0;
 }
 
-std::optional<uint16_t> Watch::read_sensor(const ipmi_access::Sensor &sensor) {
+std::optional<States> Watch::read_sensor(const ipmi_access::Sensor &sensor) {
     std::string why;
     try {
-        if (const std::optional<uint16_t> states = read_states(client_, sensor, why)) {
+        if (const std::optional<States> states = read_states(client_, sensor, why)) {
             unreadable_.erase(sensor.number);
             return states;
         }

@@ -76,7 +76,7 @@ TEST(Bmc, SaysWhatIsWrong) {
 TEST(Bmc, KnowsASensorWithoutAReading) {
     struct Case {
         Answer answer;
-        std::optional<uint16_t> states;
+        std::optional<States> states;
         const char *why;
     };
     const Case cases[] = {

@@ -59,7 +59,7 @@ public:
         answer();
         return sdr_times_;
     }
-    std::optional<uint16_t> states(SensorAddress, std::string &) override { return std::nullopt; }
+    std::optional<States> states(SensorAddress, std::string &) override { return std::nullopt; }
 
 private:
     void answer() {
