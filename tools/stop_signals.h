@@ -1,5 +1,5 @@
-// The signals that tell to stop. They wait in the process from the moment this is made; threads made later don't see them
-// either.
+// The signals that tell to stop, without those that the process was told to ignore, as by nohup. They wait in the process
+// from the moment this is made; threads made later don't see them either.
 #pragma once
 
 #include <pthread.h>
@@ -11,9 +11,12 @@ class StopSignals {
 public:
     StopSignals() {
         sigemptyset(&set_);
-        sigaddset(&set_, SIGINT);
-        sigaddset(&set_, SIGTERM);
-        sigaddset(&set_, SIGHUP);
+        for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
+            struct sigaction before {};
+            if (sigaction(signal_number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
+                sigaddset(&set_, signal_number);
+            }
+        }
         pthread_sigmask(SIG_BLOCK, &set_, nullptr);
     }
 
