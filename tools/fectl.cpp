@@ -75,7 +75,11 @@ public:
         app_.name("fectl");
         app_.set_version_flag("-V,--version", "fectl " FECTL_VERSION, "the version");
         app_.set_help_flag("-h,--help", "this text");
-        app_.footer("fectl help COMMAND, or fectl COMMAND --help, tells its options.");
+        app_.footer("fectl help COMMAND, or fectl COMMAND --help, tells its options."
+#ifndef FECTL_BMC
+                    "\nThis fectl is built without libfreeipmi, and so without fetch and watch."
+#endif
+        );
         app_.require_subcommand(0, 1);
         for (const Command &command : commands) {
             add(command);
