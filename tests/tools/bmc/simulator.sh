@@ -56,7 +56,8 @@ write_commands() {
 
 # Its standard input takes commands and must stay open. It ends by itself, should nobody end it.
 start_simulator() {
-    rm -f console simulator.out
+    rm -f console
+    : >simulator.out
     mkfifo console
     exec 9<>console
     timeout 250 ipmi_sim -c lan.conf -f "$1" -s state <&9 >simulator.out 2>&1 &
