@@ -17,6 +17,7 @@
 #include "tools/story_json.h"
 #ifdef FECTL_BMC
 #include "tools/bmc/fetch.h"
+#include "tools/bmc/talk.h"
 #endif
 
 namespace {
@@ -107,9 +108,9 @@ struct OpenFile {
 };
 
 // As of the files that fectl fetch would write.
-report::ServerLog fetched_log(const ReportOptions &chosen, report::Words &words) {
+report::ServerLog fetched_log(bmc::BmcClient &client, const ReportOptions &chosen, report::Words &words) {
     const std::string &host = chosen.bmc.access.host;
-    const bmc::FetchedCapture capture = bmc::fetch_capture(chosen.bmc, host + ".sdr");
+    const bmc::FetchedCapture capture = bmc::fetch_capture(client, host + ".sdr");
     const OpenFile sdr(host + ".sdr", capture.sdr), sel(host + ".sel", capture.sel),
         sensors(host + ".sensors", capture.sensors);
     CaptureFiles files;
@@ -143,11 +144,6 @@ void check_captures(const std::vector<CaptureFiles> &captures, const std::string
 }
 
 std::vector<report::ServerLog> read_logs(const ReportOptions &chosen, report::Words &words) {
-#ifdef FECTL_BMC
-    if (!chosen.bmc.access.host.empty()) {
-        return {fetched_log(chosen, words)};
-    }
-#endif
     const std::vector<CaptureFiles> captures = chosen.replay.capture.captures();
     if (captures.empty() == chosen.table.empty()) {
         throw Refusal("report: captures or the folder of a table are needed; see fectl help report");
@@ -181,9 +177,7 @@ void write_page(const std::string &path, const std::string &page) {
     }
 }
 
-int make_report(const ReportOptions &chosen) {
-    report::Words words;
-    const std::vector<report::ServerLog> logs = read_logs(chosen, words);
+int show(const std::vector<report::ServerLog> &logs, const report::Words &words, const ReportOptions &chosen) {
     if (logs.size() == 1 && !logs.front().failure.empty()) {
         throw Refusal(logs.front().failure);
     }
@@ -202,6 +196,18 @@ int make_report(const ReportOptions &chosen) {
         printf("%s shows %zu %s\n", chosen.output.c_str(), logs.size(), logs.size() == 1 ? "server" : "servers");
     }
     return code;
+}
+
+int make_report(const ReportOptions &chosen) {
+    report::Words words;
+#ifdef FECTL_BMC
+    if (!chosen.bmc.access.host.empty()) {
+        return bmc::talk(chosen.bmc, exit_failed, [&](bmc::BmcClient &client, bmc::StopThread &) {
+            return show({fetched_log(client, chosen, words)}, words, chosen);
+        });
+    }
+#endif
+    return show(read_logs(chosen, words), words, chosen);
 }
 
 } // namespace

@@ -72,7 +72,9 @@ std::string file_name(const FetchOptions &chosen) {
     return name;
 }
 
-FetchedCapture read_capture(BmcClient &client, const std::string &sdr_name) {
+} // namespace
+
+FetchedCapture bmc::fetch_capture(BmcClient &client, const std::string &sdr_name) {
     SelFollower follower;
     const Server server = read_server(client, follower);
     FetchedCapture capture{{server.sdr.begin(), server.sdr.end()}, bytes_of(server.sel.records), "", {}, {}};
@@ -81,35 +83,30 @@ FetchedCapture read_capture(BmcClient &client, const std::string &sdr_name) {
     return capture;
 }
 
+namespace {
+
+void write_capture(const std::string &files, const FetchedCapture &capture) {
+    write_file(files + ".sdr", capture.sdr);
+    write_file(files + ".sel", capture.sel);
+    write_file(files + ".sensors", capture.sensors);
+    std::ranges::for_each(capture.remarks, warn);
+    std::ranges::for_each(capture.sdr_warnings, warn);
+}
+
 int fetch(const FetchOptions &chosen) {
     std::error_code error;
     std::filesystem::create_directories(chosen.directory, error);
     if (error) {
         throw Failure(chosen.directory + ": cannot make the folder: " + error.message());
     }
-    const std::string files = chosen.directory + "/" + file_name(chosen);
-    const FetchedCapture capture = fetch_capture(chosen.bmc, files + ".sdr");
-    write_file(files + ".sdr", capture.sdr);
-    write_file(files + ".sel", capture.sel);
-    write_file(files + ".sensors", capture.sensors);
-    std::ranges::for_each(capture.remarks, warn);
-    std::ranges::for_each(capture.sdr_warnings, warn);
-    return exit_ok;
+    return talk(chosen.bmc, exit_failed, [&chosen](BmcClient &client, StopThread &) {
+        const std::string files = chosen.directory + "/" + file_name(chosen);
+        write_capture(files, fetch_capture(client, files + ".sdr"));
+        return exit_ok;
+    });
 }
 
 } // namespace
-
-FetchedCapture bmc::fetch_capture(const BmcOptions &options, const std::string &sdr_name) {
-    std::optional<FetchedCapture> capture;
-    talk(options, exit_failed, [&](BmcClient &client, StopThread &) {
-        capture = read_capture(client, sdr_name);
-        return exit_ok;
-    });
-    if (!capture) {
-        throw Failure(options.access.host + ": told to stop before all was read");
-    }
-    return *capture;
-}
 
 Run prepare_fetch(CLI::App &app) {
     const auto chosen = std::make_shared<FetchOptions>();

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/ipmi_access/ipmi_access_host.h"
-#include "tools/bmc/bmc_options.h"
+#include "tools/bmc/bmc_client.h"
 
 namespace bmc {
 
@@ -15,8 +15,7 @@ struct FetchedCapture {
     ipmi_access::Warnings sdr_warnings; // which whoever reads the records gets again
 };
 
-// Reads it with progress. Warnings call the sensor data records by that name. Throws Refusal and
-// Unreachable, and Failure when a signal tells to stop.
-FetchedCapture fetch_capture(const BmcOptions &options, const std::string &sdr_name);
+// Reads it with progress. Warnings call the sensor data records by that name. Throws BmcError.
+FetchedCapture fetch_capture(BmcClient &client, const std::string &sdr_name);
 
 } // namespace bmc
