@@ -16,14 +16,14 @@ public:
     // `on_stop` is called in the thread that waits.
     StopThread(const StopSignals &signals, std::function<void()> on_stop)
         : thread_([this, &signals, on_stop = std::move(on_stop)](const std::stop_token &over) {
-              if (signals.await([&over] { return over.stop_requested(); }) && !over.stop_requested()) {
+              if (signals.await([&over] { return over.stop_requested(); })) {
                   give();
                   on_stop();
               }
           }) {}
     ~StopThread() {
         thread_.request_stop();
-        pthread_kill(thread_.native_handle(), SIGTERM); // it sees that at once
+        StopSignals::wake(thread_.native_handle());
     }
     StopThread(const StopThread &) = delete;
     StopThread &operator=(const StopThread &) = delete;
