@@ -1,5 +1,6 @@
-// The signals that tell to stop, without those that the process was told to ignore, as by nohup. They wait in the process
-// from the moment this is made; threads made later don't see them either.
+// The signals that tell to stop. They wait in the process from the moment this is made; threads made later don't see them
+// either. SIGHUP is left out where it was ignored, as under nohup; not the others, since shells ignore SIGINT for whatever
+// they start in the background.
 #pragma once
 
 #include <pthread.h>
@@ -11,13 +12,13 @@ class StopSignals {
 public:
     StopSignals() {
         sigemptyset(&set_);
-        for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
-            struct sigaction before {};
-            if (sigaction(signal_number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
-                sigaddset(&set_, signal_number);
-            }
+        for (const int signal_number : {SIGINT, SIGTERM, wake_up}) {
+            sigaddset(&set_, signal_number);
         }
-        sigaddset(&set_, wake_up);
+        struct sigaction hang_up {};
+        if (sigaction(SIGHUP, nullptr, &hang_up) == 0 && hang_up.sa_handler != SIG_IGN) {
+            sigaddset(&set_, SIGHUP);
+        }
         pthread_sigmask(SIG_BLOCK, &set_, nullptr);
     }
 
