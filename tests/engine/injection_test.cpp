@@ -123,6 +123,7 @@ protected:
         fe_not_running = fe_read_complete = 0;
         fe_write_buf_struct_ptr = nullptr;
         processor = unknown;
+        fe_core::hooks.broadcaster = [] { ++broadcasters; };
         const auto starts = [](int32_t (&init)(), pthread_attr_t &attr) {
             pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED); // which is not to count
             const int32_t result = init();
@@ -139,8 +140,11 @@ protected:
             EXPECT_TRUE(processor == none || pthread_join(fe_fault_processor_thread_id, nullptr) == 0);
         }
         EXPECT_TRUE(fe_read_buf_struct_ptr == nullptr && fe_write_buf_struct_ptr == nullptr);
+        EXPECT_EQ(broadcasters.exchange(0), broadcasts ? 1 : 0);
         fe_write_buf_struct_ptr = &buffer.block;
     }
+
+    static inline std::atomic<int> broadcasters;
 
     // The listener has one request and waits until it is taken, or nobody is there to take it.
     void produce(fe_read_buf_struct &rbuf) {

@@ -203,6 +203,18 @@ TEST_F(Road, TextGivesTheNameAndTheEndOfTheSelfTest) {
     }
 }
 
+TEST_F(Road, ExtendedSensorsAreOfTheEntityOfTheirType) {
+    for (const auto &[type, entity] : {std::pair(0x01, 32), {0x0C, 8}, {0x12, 7}}) {
+        arrange();
+        world().dispatch = [entity = entity](const fe_read_buf &request, auto &) {
+            EXPECT_EQ(request.entity_id, entity);
+            return 1;
+        };
+        EXPECT_EQ(process_extended(event(static_cast<uint8_t>(type), 0x01, 0x57), 256), 0);
+        EXPECT_NE(story().find("*["), std::string::npos) << type; // a handler was asked
+    }
+}
+
 TEST_F(Road, BroadcastsByTheFlagAsItStandsThen) {
     sel_init_complete = 1;
     world().on_log = [](const std::string &line) {
