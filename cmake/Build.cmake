@@ -54,29 +54,32 @@ function(fe_harden target)
     target_link_options(${target} PRIVATE -Wl,-z,relro -Wl,-z,now)
 endfunction()
 
-# What most files of a target include, parsed once. Debug builds and the optimised tool go without: the ones see a header that
-# a file forgot, and for the other GCC would warn of what it inlines of the standard library.
+# What most files of a target include, parsed once; then the names of more headers. Debug builds go without, and see a header
+# that a file forgot.
 function(fe_precompile target)
-    target_precompile_headers(${target} PRIVATE
-        <algorithm> <chrono> <filesystem> <functional> <map> <memory> <optional> <set> <string> <vector> ${ARGN})
-endfunction()
-
-# The tool, for whose templates the optimiser takes longer than it runs in a check. Then the names of headers.
-function(fe_tool_target target)
-    fe_target(${target})
-    if(FE_QUICK)
-        target_compile_options(${target} PRIVATE -O0)
-        fe_precompile(${target} ${ARGN})
-    else()
-        fe_harden(${target})
+    if(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
+        target_precompile_headers(${target} PRIVATE
+            <algorithm> <chrono> <filesystem> <functional> <map> <memory> <optional> <set> <string> <vector> ${ARGN})
     endif()
 endfunction()
 
-# What is not shipped; debuggers of it have the preset dev. Then the names of headers.
+# The tool, for whose templates the optimiser takes longer than it runs in a check. Its stack traces have lines.
+function(fe_tool_target target)
+    fe_target(${target})
+    fe_harden(${target})
+    fe_precompile(${target} ${ARGN})
+    if(FE_QUICK)
+        target_compile_options(${target} PRIVATE -O0)
+    elseif(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
+        target_compile_options(${target} PRIVATE -g1)
+    endif()
+endfunction()
+
+# What is not shipped; debuggers of it have the preset dev.
 function(fe_test_target target)
     fe_target(${target})
+    fe_precompile(${target} ${ARGN})
     if(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
         target_compile_options(${target} PRIVATE -O1 -g1)
-        fe_precompile(${target} ${ARGN})
     endif()
 endfunction()

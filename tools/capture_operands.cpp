@@ -26,7 +26,7 @@ constexpr Kind kinds[] = {{".sdr", &CaptureFiles::sdr},
 std::pair<const Kind *, std::string> take_apart(std::string path) {
     for (const char *packed : {".gz", ".xz"}) {
         if (path.ends_with(packed)) {
-            path.resize(path.size() - strlen(packed));
+            path.erase(path.size() - strlen(packed));
         }
     }
     for (const Kind &kind : kinds) {
