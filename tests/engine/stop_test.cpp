@@ -40,8 +40,12 @@ protected:
             EXPECT_FALSE(leaves && !is_free(fe_write_buf_struct_ptr->fe_write_buf_mutex));
             EXPECT_FALSE(cond == &rbuf->fe_read_buf_cond && is_free(rbuf->fe_read_buf_mutex));
             EXPECT_FALSE(cond == &rbuf->fe_read_wait_cond && is_free(rbuf->fe_read_wait_mutex));
+            releases += cond == write_cond ? 1 : 0;
         };
     }
+
+    std::atomic<const void *> write_cond; // null when there is no write buffer
+    std::atomic<int> releases = 0;        // of those who wait for it
 };
 
 TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
@@ -119,10 +123,12 @@ TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
             ASSERT_EQ(init_fault_processor(), 0);
         }
         EXPECT_EQ(fe_write_buf_struct_ptr != nullptr, moment.failing_allocation == 0);
+        write_cond = fe_write_buf_struct_ptr != nullptr ? &fe_write_buf_struct_ptr->fe_write_buf_cond : nullptr;
         may_listen.release();
         moment.meanwhile();
         join_both();
         on_wake_up = nullptr;
+        EXPECT_EQ(releases.exchange(0), moment.failing_allocation == 0 ? 1 : 0);
         EXPECT_EQ(take_destroyed(), expected);
         EXPECT_EQ(dispatched, moment.dispatched);
         EXPECT_EQ(fe_fault_count, static_cast<uint32_t>(moment.dispatched));
