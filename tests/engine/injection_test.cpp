@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <optional>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -123,7 +124,7 @@ protected:
         fe_not_running = fe_read_complete = 0;
         fe_write_buf_struct_ptr = nullptr;
         processor = unknown;
-        fe_core::hooks.broadcaster = [] { ++broadcasters; };
+        const auto usual_broadcaster = std::exchange(fe_core::hooks.broadcaster, [] { ++broadcasters; });
         const auto starts = [](int32_t (&init)(), pthread_attr_t &attr) {
             pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED); // which is not to count
             const int32_t result = init();
@@ -141,6 +142,7 @@ protected:
         }
         EXPECT_TRUE(fe_read_buf_struct_ptr == nullptr && fe_write_buf_struct_ptr == nullptr);
         EXPECT_EQ(broadcasters.exchange(0), broadcasts ? 1 : 0);
+        fe_core::hooks.broadcaster = usual_broadcaster;
         fe_write_buf_struct_ptr = &buffer.block;
     }
 

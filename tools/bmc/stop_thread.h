@@ -28,11 +28,6 @@ public:
     StopThread(const StopThread &) = delete;
     StopThread &operator=(const StopThread &) = delete;
 
-    bool told_to_stop() {
-        const std::lock_guard lock(lock_);
-        return told_;
-    }
-
     // True when it is told to stop before that time is over.
     bool sleep(std::chrono::milliseconds time) {
         std::unique_lock lock(lock_);
