@@ -1,7 +1,13 @@
-// IPMI's numbers, as far as this library tells them apart.
+// IPMI's numbers, as far as the library and what stands around it tell them apart.
 #pragma once
 
 #include <cstdint>
+
+namespace sel_record_type { // IPMI v2.0, table 32-1
+inline constexpr uint8_t system_event = 0x02;
+inline constexpr uint8_t first_oem = 0xC0;              // it and those above tell of no sensor
+inline constexpr uint8_t first_oem_without_time = 0xE0; // nor do these have a time
+} // namespace sel_record_type
 
 namespace event_type { // IPMI v2.0, tables 42-1 and 42-2
 inline constexpr uint8_t threshold = 0x01;
@@ -27,7 +33,9 @@ inline constexpr uint8_t voltage = 0x02;
 inline constexpr uint8_t current = 0x03;
 inline constexpr uint8_t fan = 0x04;
 inline constexpr uint8_t physical_security = 0x05;
+inline constexpr uint8_t processor = 0x07;
 inline constexpr uint8_t power_supply = 0x08;
+inline constexpr uint8_t power_unit = 0x09;
 inline constexpr uint8_t memory = 0x0C;
 inline constexpr uint8_t drive_slot = 0x0D;
 inline constexpr uint8_t event_logging_disabled = 0x10;
@@ -67,5 +75,3 @@ inline constexpr uint8_t plax_2 = 214;
 inline constexpr uint8_t plax_3 = 215;
 inline constexpr uint8_t cmc = 216;
 } // namespace entity_id
-
-inline constexpr uint8_t last_standard_record_type = 191; // OEM records come after it (IPMI v2.0, table 32-1)

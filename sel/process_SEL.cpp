@@ -109,7 +109,7 @@ int32_t process_sel_data(const uint8_t *sel_bytes) {
         return FE_SEL_NO_RECORD;
     }
     const auto &record = *reinterpret_cast<const sel_record *>(sel_bytes);
-    if (record.record_type > last_standard_record_type) {
+    if (record.record_type >= sel_record_type::first_oem) {
         return FE_SEL_WRONG_RECORD;
     }
     if (is_fault_sensor(record.sensor_number) == 0 || record.sensor_type == sensor_type::event_logging_disabled) {

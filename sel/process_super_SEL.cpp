@@ -120,7 +120,7 @@ int32_t process_super_sel_data(const uint8_t *sel_bytes) {
     const sel_record record = ordinary_record(extended);
     const auto sensor_number = static_cast<int32_t>(little_endian(extended.sensor_number));
     log_record(sensor_number, sel_bytes);
-    if (record.record_type > last_standard_record_type) {
+    if (record.record_type >= sel_record_type::first_oem) {
         return FE_SEL_WRONG_RECORD;
     }
     fe_logger("iSensorNumber: %d iSensorType: %d\n", sensor_number, int{record.sensor_type});

@@ -3,16 +3,13 @@
 #include <cstring>
 #include <numeric>
 
+#include "base/ipmi.h"
 #include "platform/fe_core/fe_core.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
 #include "platform/ipmi_access/utf8.h"
 
 namespace story {
 namespace {
-
-constexpr uint8_t first_oem_type = 0xC0;
-constexpr uint8_t first_type_without_time = 0xE0;
-constexpr uint8_t first_specific_event_type = 0x6F; // offsets of such types are independent of each other
 
 template <size_t size>
 uint32_t little_endian(const uint8_t (&bytes)[size]) {
@@ -46,7 +43,7 @@ int32_t own_instance(const fe_write_buf &record, const ipmi_access::Sensor *sens
 
 Record read_record(const sel_record &bytes) {
     const uint32_t time = little_endian(bytes.timestamp);
-    const bool has_time = bytes.record_type < first_type_without_time && time != UINT32_MAX;
+    const bool has_time = bytes.record_type < sel_record_type::first_oem_without_time && time != UINT32_MAX;
     return {.id = static_cast<uint16_t>(little_endian(bytes.record_id)),
             .type = bytes.record_type,
             .time = has_time ? std::optional(time) : std::nullopt,
@@ -58,7 +55,7 @@ Record read_record(const sel_record &bytes) {
 }
 
 bool is_system_event(const Record &record) {
-    return record.type < first_oem_type;
+    return record.type < sel_record_type::first_oem;
 }
 
 Fault read_fault(const fe_write_buf &record) {
@@ -86,13 +83,14 @@ Fault read_fault(const fe_write_buf &record) {
             .last_time = known_time(record.Fault_time)};
 }
 
+// Offsets of sensor-specific types, and of an OEM's, are independent of each other.
 bool cleared_by_another_event(const Change &change) {
     if (change.kind != ChangeKind::cleared || !change.record || change.before == nullptr) {
         return false;
     }
     const auto &raised = change.before->raised_by;
     const auto &cleared = change.after->event;
-    return raised && cleared && raised->event_type >= first_specific_event_type && raised->offset != cleared->offset;
+    return raised && cleared && raised->event_type >= event_type::sensor_specific && raised->offset != cleared->offset;
 }
 
 size_t Totals::refused_in_all() const {

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "base/ipmi.h"
 #include "fault_engine/classify.h"
 #include "platform/entity_filter/entity_filter_host.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
@@ -14,10 +15,6 @@
 namespace story {
 namespace {
 
-constexpr uint8_t system_event_record = 0x02;
-constexpr uint8_t first_oem_type = 0xC0;
-constexpr uint8_t threshold_events = 0x01;
-constexpr uint8_t entity_presence = 0x25;
 constexpr int32_t inoperable = 214, degraded = 218; // probable causes
 constexpr int32_t own_threshold_codes = 5000;       // of the entity filter: three levels each
 
@@ -57,10 +54,10 @@ std::string own_words(const Fault &fault) {
     char unknown[24];
     snprintf(unknown, sizeof unknown, "Sensor type 0x%02x", fault.sensor_type);
     std::string subject = type != nullptr ? type : unknown;
-    if (fault.event_type == threshold_events) {
+    if (fault.event_type == event_type::threshold) {
         return subject + ' ' + level_words(fault.severity);
     }
-    if (fault.sensor_type == entity_presence) {
+    if (fault.sensor_type == sensor_type::entity_presence) {
         return subject;
     }
     const auto *known = std::ranges::find(event_type_words, fault.event_type, &EventTypeWords::event_type);
@@ -74,7 +71,7 @@ bool name_fits(std::string_view name, const Fault &fault) {
     if (fault.severity == FE_SEVERITY_CLEARED) {
         return true;
     }
-    if (fault.event_type != threshold_events) {
+    if (fault.event_type != event_type::threshold) {
         return fault.severity >= FE_SEVERITY_MAJOR;
     }
     return non_critical == (fault.severity < FE_SEVERITY_MAJOR) &&
@@ -156,10 +153,11 @@ std::string sensor_label(const Record &record) {
 
 std::string event_words(const Record &record) {
     char words[40];
-    if (record.type == system_event_record) {
+    if (record.type == sel_record_type::system_event) {
         return ipmi_access::event_words(record.event);
     }
-    snprintf(words, sizeof words, record.type >= first_oem_type ? "OEM record of type 0x%02x" : "record of type 0x%02x",
+    snprintf(words, sizeof words,
+             record.type >= sel_record_type::first_oem ? "OEM record of type 0x%02x" : "record of type 0x%02x",
              record.type);
     return words;
 }

@@ -3,27 +3,13 @@
 #include <algorithm>
 #include <span>
 
+#include "base/ipmi.h"
 #include "fault_engine/fault_request.h"
 
 namespace entity_filter {
 namespace {
 
-constexpr uint8_t threshold_event = 0x01;
-constexpr uint8_t predictive_failure = 0x04;
-constexpr uint8_t redundancy = 0x0B;
-
-enum SensorType : uint8_t {
-    temperature = 0x01,
-    voltage = 0x02,
-    current = 0x03,
-    fan_speed = 0x04,
-    processor_state = 0x07,
-    power_supply = 0x08,
-    power_unit = 0x09,
-    memory_errors = 0x0C,
-    event_log = 0x10,
-    entity_presence = 0x25
-};
+using namespace sensor_type;
 
 // Probable causes.
 enum Cause : int32_t {
@@ -66,13 +52,13 @@ constexpr Measurement measurements[] = {
     {EntityClass::processor, temperature, {175, 176, 177, 175, 176, 177}},
     {EntityClass::processor, voltage, {178, 179, 180, 178, 179, 180}},
     {EntityClass::memory, temperature, {186, 187, 188, 186, 187, 188}},
-    {EntityClass::memory, memory_errors, {189, 190, 191, 189, 190, 191}},
+    {EntityClass::memory, memory, {189, 190, 191, 189, 190, 191}},
     {EntityClass::power, temperature, {380, 382, 384, 380, 382, 384}},
     {EntityClass::power, voltage, {381, 383, 385, 381, 383, 385}},
     {EntityClass::power, current, {387, 389, 391, 387, 389, 391}},
-    {EntityClass::power, fan_speed, {392, 393, 394, 392, 393, 394}},
+    {EntityClass::power, fan, {392, 393, 394, 392, 393, 394}},
     {EntityClass::power, power_supply, {395, 396, 397, 395, 396, 397}},
-    {EntityClass::fan, fan_speed, {392, 393, 394, 392, 393, 394}},
+    {EntityClass::fan, fan, {392, 393, 394, 392, 393, 394}},
     {EntityClass::front_panel, temperature, {410, 409, 411, 410, 409, 411}},
     {EntityClass::board, current, {535, 536, 537, 535, 536, 537}},
     {EntityClass::board, temperature, {538, 539, 540, 538, 539, 540}},
@@ -98,7 +84,7 @@ struct DiscreteFault {
     const char *detail;
 };
 constexpr DiscreteFault discrete_faults[] = {
-    {EntityClass::processor, 120, processor_state, 174, 0, inoperable, "state"},
+    {EntityClass::processor, 120, processor, 174, 0, inoperable, "state"},
     {EntityClass::processor, 120, entity_presence, 842, 0, disabled, "missing"},
     {EntityClass::power, 30, any_sensor_type, own_code_of_number + 30, 0, missing, "missing"},
     {EntityClass::power, 32, any_sensor_type, own_code_of_number + 32, 0, power_problem, "input lost"},
@@ -123,19 +109,19 @@ constexpr SensorKind sensor_types[] = {
     {temperature, thermal, "Temperature"},
     {voltage, voltage_problem, "Voltage"},
     {current, power_problem, "Current"},
-    {fan_speed, 0, "Fan"},
-    {0x05, 0, "Physical security"},
-    {processor_state, 0, "Processor"},
+    {fan, 0, "Fan"},
+    {physical_security, 0, "Physical security"},
+    {processor, 0, "Processor"},
     {power_supply, power_problem, "Power supply"},
     {power_unit, power_problem, "Power unit"},
-    {memory_errors, 0, "Memory"},
-    {0x0D, 0, "Drive slot"},
+    {memory, 0, "Memory"},
+    {drive_slot, 0, "Drive slot"},
     {0x0F, fsm_failed, "System firmware"},
-    {event_log, log_capacity, "Event log"},
-    {0x12, 0, "System event"},
+    {event_logging_disabled, log_capacity, "Event log"},
+    {system_event, 0, "System event"},
     {0x13, 0, "Critical interrupt"},
     {0x17, 0, "Add-in card"},
-    {0x21, 0, "Slot or connector"},
+    {slot_connector, 0, "Slot or connector"},
     {0x23, 0, "Watchdog"},
     {entity_presence, missing, "Entity presence"},
     {0x28, 0, "Management subsystem"},
@@ -203,7 +189,7 @@ std::array<int32_t, 6> related_to(int32_t code, std::span<const int32_t> group) 
 }
 
 int32_t cause_of(const fe_read_buf &request) {
-    if (request.eventType == predictive_failure || request.eventType == redundancy) {
+    if (request.eventType == event_type::predictive_failure || request.eventType == event_type::redundancy) {
         return degraded;
     }
     const SensorKind *type = find_sensor_type(request.entity_type);
@@ -222,7 +208,7 @@ FaultChoice choose_threshold_fault(EntityClass entity, const fe_read_buf &reques
 } // namespace
 
 FaultChoice choose_fault(EntityClass entity, const fe_read_buf &request) {
-    if (request.eventType == threshold_event) {
+    if (request.eventType == event_type::threshold) {
         return choose_threshold_fault(entity, request);
     }
     for (const DiscreteFault &fault : discrete_faults) {

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "base/ipmi.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
 
 namespace ipmi_access {
@@ -23,7 +24,6 @@ struct CloseFile {
     throw CaptureError(path + ": " + what + ": " + strerror(errno));
 }
 
-constexpr uint8_t sdr_version = 0x51;
 constexpr size_t sdr_header = 5;
 constexpr size_t sel_record_size = 16;
 
@@ -66,7 +66,8 @@ bool looks_like_sdr(std::span<const uint8_t> bytes) {
 
 bool looks_like_sel(std::span<const uint8_t> bytes) {
     return bytes.size() >= sel_record_size && bytes.size() % sel_record_size == 0 &&
-           (bytes[2] == 0x02 || bytes[2] >= 0xC0) && !looks_like_sdr(bytes);
+           (bytes[2] == sel_record_type::system_event || bytes[2] >= sel_record_type::first_oem) &&
+           !looks_like_sdr(bytes);
 }
 
 bool looks_like_text(std::span<const uint8_t> bytes) {

@@ -9,6 +9,8 @@
 
 namespace ipmi_access {
 
+constexpr uint8_t sdr_version = 0x51; // the third byte of every sensor data record (IPMI v2.0, section 43)
+
 constexpr size_t max_capture_size = size_t{16} << 20;
 
 // "-" is standard input. Throws CaptureError when the file cannot be read or is larger than any capture.

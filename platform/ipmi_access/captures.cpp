@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/ipmi.h"
 #include "fault_engine/sel.h"
 #include "platform/ipmi_access/byte_cursor.h"
 #include "platform/ipmi_access/event_text.h"
@@ -12,7 +13,6 @@
 namespace ipmi_access {
 namespace {
 
-constexpr uint8_t threshold_events = 0x01;
 constexpr int32_t failed = -1;
 
 // Written while captures are loaded, before the engine starts; only read afterwards.
@@ -21,8 +21,8 @@ std::array<uint8_t, 256> ranks;
 size_t walk_records = 0;
 
 bool of_one_kind(const Sensor &a, const Sensor &b) {
-    const bool thresholds = a.event_type == threshold_events;
-    return thresholds == (b.event_type == threshold_events) && (!thresholds || a.sensor_type == b.sensor_type);
+    const bool thresholds = a.event_type == event_type::threshold;
+    return thresholds == (b.event_type == event_type::threshold) && (!thresholds || a.sensor_type == b.sensor_type);
 }
 
 uint8_t rank_among(const Sensors &all, const Sensor &sensor) {

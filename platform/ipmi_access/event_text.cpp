@@ -2,16 +2,15 @@
 
 #include <cstdio>
 
+#include "base/ipmi.h"
 #include "platform/ipmi_access/event_tables.h"
 
 namespace ipmi_access {
 namespace {
 
-constexpr uint8_t sensor_specific = 0x6F;
-
 const EventRow *find_row(const Event &event) {
-    return event.event_type == sensor_specific ? find_sensor_specific_events(event.sensor_type)
-                                               : find_generic_events(event.event_type);
+    return event.event_type == event_type::sensor_specific ? find_sensor_specific_events(event.sensor_type)
+                                                           : find_generic_events(event.event_type);
 }
 
 bool name_is_second_word(const std::string &name) {

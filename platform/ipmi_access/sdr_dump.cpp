@@ -12,8 +12,6 @@
 namespace ipmi_access {
 namespace {
 
-constexpr uint8_t sdr_version = 0x51;
-
 // Where the fields of a sensor's record lie that differ from type to type. Only a full record is never shared.
 struct Layout {
     uint8_t record_type;

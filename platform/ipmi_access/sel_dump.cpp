@@ -3,22 +3,21 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/ipmi.h"
 #include "platform/ipmi_access/capture_file.h"
 
 namespace ipmi_access {
 namespace {
 
-constexpr uint8_t system_event = 0x02;
-constexpr uint8_t first_oem_type = 0xC0;
 constexpr uint8_t event_revisions[] = {0x03, 0x04}; // IPMI 1.0; 1.5 and later
 
 bool of_known_type(const sel_record &record) {
-    return record.record_type == system_event || record.record_type >= first_oem_type;
+    return record.record_type == sel_record_type::system_event || record.record_type >= sel_record_type::first_oem;
 }
 
 bool plausible(const sel_record &record) {
     return of_known_type(record) &&
-           (record.record_type != system_event ||
+           (record.record_type != sel_record_type::system_event ||
             std::ranges::find(event_revisions, record.format_revision) != std::end(event_revisions));
 }
 

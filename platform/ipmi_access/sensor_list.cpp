@@ -6,17 +6,12 @@
 #include <optional>
 #include <sstream>
 
+#include "base/ipmi.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
 #include "platform/ipmi_access/readings.h"
 
 namespace ipmi_access {
 namespace {
-
-constexpr uint8_t threshold_events = 0x01;
-constexpr uint8_t last_generic_type = 0x0C;
-constexpr uint8_t sensor_specific = 0x6F;
-constexpr uint8_t oem_events = 0x70;
-constexpr uint8_t power_supply = 0x08;
 
 // The stale rules find a discrete sensor's offset 0 in bit 8; a power supply's own states from bit 0 on.
 constexpr unsigned first_state_bit = 8;
@@ -121,13 +116,13 @@ private:
 
 uint32_t state_word(const Sensor &sensor, States states) {
     const uint8_t type = sensor.event_type;
-    if (type == threshold_events) {
+    if (type == event_type::threshold) {
         return states & crossed;
     }
-    if ((type > threshold_events && type <= last_generic_type) || type == oem_events) {
+    if ((type > event_type::threshold && type <= event_type::acpi_power) || type == event_type::oem_70) {
         return uint32_t{states} << first_state_bit;
     }
-    if (type == sensor_specific && sensor.sensor_type == power_supply) {
+    if (type == event_type::sensor_specific && sensor.sensor_type == sensor_type::power_supply) {
         return states == present ? present : present_and_failed;
     }
     return states;
