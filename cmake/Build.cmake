@@ -23,8 +23,9 @@ set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 function(fe_target target)
     target_compile_definitions(${target} PRIVATE _GNU_SOURCE)
     target_compile_options(${target} PRIVATE
-        -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wformat=2 -Wundef -Wcast-align -Wcast-qual
+        -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wformat=2 -Wundef -Wcast-align -Wcast-qual
         -Wdouble-promotion -Wvla -Wmissing-declarations
+        $<$<NOT:$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wshadow> # where files see each other's own names, it has nothing to say
         $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
         $<$<BOOL:${FE_WERROR}>:-Werror>
         ${FE_PREFIX_MAPS})
@@ -54,20 +55,10 @@ function(fe_harden target)
     target_link_options(${target} PRIVATE -Wl,-z,relro -Wl,-z,now)
 endfunction()
 
-# What most files of a target include, parsed once; then the names of more headers. Debug builds go without, and see a header
-# that a file forgot.
-function(fe_precompile target)
-    if(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
-        target_precompile_headers(${target} PRIVATE
-            <algorithm> <chrono> <filesystem> <functional> <map> <memory> <optional> <set> <string> <vector> ${ARGN})
-    endif()
-endfunction()
-
 # The tool, for whose templates the optimiser takes longer than it runs in a check. Its stack traces have lines.
 function(fe_tool_target target)
     fe_target(${target})
     fe_harden(${target})
-    fe_precompile(${target} ${ARGN})
     if(FE_QUICK)
         target_compile_options(${target} PRIVATE -O0)
     elseif(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
@@ -78,7 +69,6 @@ endfunction()
 # What is not shipped; debuggers of it have the preset dev.
 function(fe_test_target target)
     fe_target(${target})
-    fe_precompile(${target} ${ARGN})
     if(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
         target_compile_options(${target} PRIVATE -O1 -g1)
     endif()

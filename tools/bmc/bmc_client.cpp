@@ -7,11 +7,8 @@
 #include <thread>
 
 namespace bmc {
-namespace {
 
-constexpr std::chrono::seconds longest_goodbye{1};
-
-struct Failure {
+struct FailedAnswer {
     BmcError::Kind kind;
     std::string line;
 };
@@ -19,21 +16,8 @@ struct Failure {
 struct Question {
     std::function<void(std::unique_ptr<Bmc> &)> job; // owns all it needs: who asked may be gone
     bool answered = false;
-    std::optional<Failure> failure;
+    std::optional<FailedAnswer> failure;
 };
-
-std::optional<Failure> answer(const Question &question, std::unique_ptr<Bmc> &bmc) {
-    try {
-        question.job(bmc);
-    } catch (const BmcError &error) {
-        return Failure{error.kind, error.what()};
-    } catch (const std::exception &error) {
-        return Failure{BmcError::Kind::network, error.what()};
-    }
-    return std::nullopt;
-}
-
-} // namespace
 
 struct BmcClient::Talk {
     Access access; // only read
@@ -43,6 +27,23 @@ struct BmcClient::Talk {
     bool called_off = false;
     bool ended = false;
 };
+
+namespace {
+
+constexpr std::chrono::seconds longest_goodbye{1};
+
+std::optional<FailedAnswer> answer(const Question &question, std::unique_ptr<Bmc> &bmc) {
+    try {
+        question.job(bmc);
+    } catch (const BmcError &error) {
+        return FailedAnswer{error.kind, error.what()};
+    } catch (const std::exception &error) {
+        return FailedAnswer{BmcError::Kind::network, error.what()};
+    }
+    return std::nullopt;
+}
+
+} // namespace
 
 void BmcClient::talk(const std::shared_ptr<Talk> &talk) {
     std::unique_ptr<Bmc> bmc;
@@ -55,7 +56,7 @@ void BmcClient::talk(const std::shared_ptr<Talk> &talk) {
         const std::shared_ptr<Question> question = talk->questions.front();
         talk->questions.pop_front();
         lock.unlock();
-        std::optional<Failure> failure = answer(*question, bmc);
+        std::optional<FailedAnswer> failure = answer(*question, bmc);
         lock.lock();
         question->failure = std::move(failure);
         question->answered = true;

@@ -10,7 +10,7 @@
 namespace bmc {
 namespace {
 
-constexpr int attempts = 5; // to read a log that is cleared or wraps meanwhile
+constexpr int sel_attempts = 5; // to read a log that is cleared or wraps meanwhile
 
 using RecordBytes = std::array<uint8_t, sizeof(sel_record)>;
 
@@ -87,7 +87,7 @@ void Look::read_all() {
         if (info_.entries == 0 || read_from(source_, first_record, place_.log)) {
             return;
         }
-        if (attempt == attempts) {
+        if (attempt == sel_attempts) {
             throw BmcError(BmcError::Kind::busy, "the SEL changes faster than it can be read");
         }
         info_ = source_.sel_info();

@@ -7,7 +7,7 @@
 namespace bmc {
 namespace {
 
-constexpr int attempts = 3; // to read sensor data records that change meanwhile
+constexpr int sdr_attempts = 3; // to read sensor data records that change meanwhile
 constexpr uint8_t bmc_owner = 0x20;
 constexpr uint8_t event_only = 3;
 
@@ -49,7 +49,7 @@ void read_sdr(LiveBmc &bmc, Server &server) {
             server.sdr = read_sdr_once(bmc);
             return;
         } catch (const BmcError &error) {
-            if (error.kind != BmcError::Kind::busy || attempt == attempts) {
+            if (error.kind != BmcError::Kind::busy || attempt == sdr_attempts) {
                 throw;
             }
         }

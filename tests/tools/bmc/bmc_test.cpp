@@ -7,7 +7,7 @@
 namespace bmc {
 namespace {
 
-using Kind = BmcError::Kind;
+using ErrorKind = BmcError::Kind;
 
 // Gives one answer to all questions; without one the session is lost.
 class ScriptedSession : public IpmiSession {
@@ -15,7 +15,7 @@ public:
     explicit ScriptedSession(std::optional<Answer> answer) : answer_(std::move(answer)) {}
     Answer command(uint8_t, uint8_t, std::initializer_list<uint8_t>) override {
         if (!answer_) {
-            throw BmcError(Kind::network, questions_++ == 0 ? "no answer" : "asked again");
+            throw BmcError(ErrorKind::network, questions_++ == 0 ? "no answer" : "asked again");
         }
         return *answer_;
     }
@@ -48,16 +48,16 @@ TEST(Bmc, ReadsTheLog) {
 TEST(Bmc, SaysWhatIsWrong) {
     struct Case {
         std::optional<Answer> answer;
-        Kind kind;
+        ErrorKind kind;
         const char *words;
     };
     const Case cases[] = {
-        {std::nullopt, Kind::network, "no answer"},
-        {Answer{0, Bytes(17)}, Kind::network, "SEL record 0x0001: the answer is cut short after 17 bytes"},
-        {Answer{0x81, {}}, Kind::busy, "SEL record 0x0001: the SEL is being erased"},
-        {Answer{0xD2, {}}, Kind::busy, "SEL record 0x0001: the BMC is starting"},
-        {Answer{0xD4, {}}, Kind::refused, "SEL record 0x0001: the privilege level is too low; -L chooses another"},
-        {Answer{0xE5, {}}, Kind::busy, "SEL record 0x0001: completion code 0xe5"},
+        {std::nullopt, ErrorKind::network, "no answer"},
+        {Answer{0, Bytes(17)}, ErrorKind::network, "SEL record 0x0001: the answer is cut short after 17 bytes"},
+        {Answer{0x81, {}}, ErrorKind::busy, "SEL record 0x0001: the SEL is being erased"},
+        {Answer{0xD2, {}}, ErrorKind::busy, "SEL record 0x0001: the BMC is starting"},
+        {Answer{0xD4, {}}, ErrorKind::refused, "SEL record 0x0001: the privilege level is too low; -L chooses another"},
+        {Answer{0xE5, {}}, ErrorKind::busy, "SEL record 0x0001: completion code 0xe5"},
     };
     for (const Case &each : cases) {
         Bmc bmc = bmc_with(each.answer);

@@ -14,7 +14,7 @@
 namespace bmc {
 namespace {
 
-enum class Kind { stops_when_full, ring_with_new_ids, ring_of_places, ring_of_places_read_in_their_order };
+enum class LogKind { stops_when_full, ring_with_new_ids, ring_of_places, ring_of_places_read_in_their_order };
 
 constexpr size_t capacity = 12;
 constexpr uint16_t last_id = 40; // small, so that ids come again
@@ -26,13 +26,13 @@ bool holds(const std::deque<sel_record> &records, const sel_record &wanted) {
 // A BMC's SEL.
 class ModelSel : public SelSource {
 public:
-    ModelSel(Kind kind, std::mt19937 &random, bool busy) : kind_(kind), random_(random), busy_(busy) {}
+    ModelSel(LogKind kind, std::mt19937 &random, bool busy) : kind_(kind), random_(random), busy_(busy) {}
 
     bool chance(int of) { return random_() % static_cast<unsigned>(of) == 0; }
 
     void add() {
         if (log_.size() == capacity) {
-            info_.overflow = kind_ == Kind::stops_when_full;
+            info_.overflow = kind_ == LogKind::stops_when_full;
             if (info_.overflow) {
                 return;
             }
@@ -74,7 +74,7 @@ public:
     std::optional<SelEntry> sel_entry(uint16_t id) override {
         disturb();
         std::deque<sel_record> listed = log_;
-        if (kind_ == Kind::ring_of_places_read_in_their_order) {
+        if (kind_ == LogKind::ring_of_places_read_in_their_order) {
             std::ranges::sort(listed, {}, id_of);
         }
         const auto found = id == first_record ? listed.begin() : std::ranges::find(listed, id, id_of);
@@ -98,7 +98,9 @@ public:
     void calm_down() { busy_ = false; }
 
 private:
-    bool places() const { return kind_ == Kind::ring_of_places || kind_ == Kind::ring_of_places_read_in_their_order; }
+    bool places() const {
+        return kind_ == LogKind::ring_of_places || kind_ == LogKind::ring_of_places_read_in_their_order;
+    }
     void disturb() {
         if (busy_ && chance(9)) {
             throw BmcError(BmcError::Kind::network, "lost");
@@ -108,7 +110,7 @@ private:
         }
     }
 
-    Kind kind_;
+    LogKind kind_;
     std::mt19937 &random_;
     bool busy_;
     std::deque<sel_record> log_;  // oldest first
@@ -118,7 +120,7 @@ private:
     size_t added_ = 0;
 };
 
-using History = std::tuple<Kind, bool>;
+using History = std::tuple<LogKind, bool>;
 class EveryRecord : public testing::TestWithParam<History> {
 protected:
     // What a look brings was added and is new. Without disturbance it brings all there is, oldest first.
@@ -154,7 +156,7 @@ protected:
     }
 
     std::mt19937 random_{12};
-    ModelSel sel_{std::get<Kind>(GetParam()), random_, std::get<bool>(GetParam())};
+    ModelSel sel_{std::get<LogKind>(GetParam()), random_, std::get<bool>(GetParam())};
     SelFollower follower_;
     std::string path_ = testing::TempDir() + "place_" + std::to_string(getpid());
     PlaceFile place_file_{path_, "host"};
@@ -175,27 +177,27 @@ TEST_P(EveryRecord, ExactlyOnce) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Sel, EveryRecord,
-                         testing::Combine(testing::Values(Kind::stops_when_full, Kind::ring_with_new_ids,
-                                                          Kind::ring_of_places,
-                                                          Kind::ring_of_places_read_in_their_order),
+                         testing::Combine(testing::Values(LogKind::stops_when_full, LogKind::ring_with_new_ids,
+                                                          LogKind::ring_of_places,
+                                                          LogKind::ring_of_places_read_in_their_order),
                                           testing::Bool()));
 
 // Each said once, in one line.
 TEST(SelFollower, SaysWhatBecomesOfTheLog) {
     struct Case {
-        Kind kind;
+        LogKind kind;
         void (*change)(ModelSel &);
         std::vector<std::string> remarks;
     };
     const auto add = [](ModelSel &sel) { sel.add(); };
     const Case cases[] = {
-        {Kind::ring_with_new_ids, add, {"the SEL has wrapped: new records overwrite the oldest"}},
-        {Kind::ring_of_places,
+        {LogKind::ring_with_new_ids, add, {"the SEL has wrapped: new records overwrite the oldest"}},
+        {LogKind::ring_of_places,
          add,
          {"1 record id used again for other records", "the SEL has wrapped: new records overwrite the oldest"}},
-        {Kind::stops_when_full, add, {"the SEL has overflowed: events were lost for want of room"}},
-        {Kind::ring_of_places, [](ModelSel &sel) { sel.clear(); }, {"the SEL was cleared"}},
-        {Kind::ring_of_places, [](ModelSel &sel) { sel.remove_one(); }, {"1 record was deleted from the SEL"}},
+        {LogKind::stops_when_full, add, {"the SEL has overflowed: events were lost for want of room"}},
+        {LogKind::ring_of_places, [](ModelSel &sel) { sel.clear(); }, {"the SEL was cleared"}},
+        {LogKind::ring_of_places, [](ModelSel &sel) { sel.remove_one(); }, {"1 record was deleted from the SEL"}},
     };
     for (const Case &each : cases) {
         std::mt19937 random;
