@@ -1,5 +1,5 @@
-// What the engine costs, beside its floors. The neighbours are the stand-ins, the events those of a captured server.
-// Takes Google Benchmark's options and adds the seconds of one operation, "time" and "floor", to each of its results.
+// What the engine costs, beside its lower bounds. The neighbours are the stand-ins, the events those of a captured server.
+// Takes Google Benchmark's options and adds the seconds of one operation, "time" and "bound", to each of its results.
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -250,7 +250,7 @@ void clean_up(State &state, uint32_t side, void (*pass)(), void (*walk)()) {
     check(state, fe_fault_count == FE_TABLE_MAX_FAULTS, "the pass found something to clear");
 }
 
-// ---- SEL records, which have no floor: next to all that they need is the neighbours' calls
+// ---- SEL records, which have no bound: next to all that they need is the neighbours' calls
 
 __attribute__((format(printf, 1, 0))) void format_line(const char *format, va_list arguments) {
     static char line[1024];
@@ -264,7 +264,7 @@ void sel_road(State &state, size_t records, const Work &send, decltype(&format_l
     fe_set_flag(&sel_init_complete, live);
     fe_core::hooks.log = log;
     compare(state, records, send, [] {});
-    state.counters.erase("floor");
+    state.counters.erase("bound");
     fe_core::hooks.log = nullptr;
     check(state, fe_fault_count != 0, "the records made no faults");
 }

@@ -1,4 +1,4 @@
-// A comparison: what the engine does, and the floor, the least that must be done for it. Both run in turns, so that
+// A comparison: what the engine does, and the bound, the least that must be done for it. Both run in turns, so that
 // whatever else happens on the machine happens to both, and their medians are compared.
 #pragma once
 
@@ -24,16 +24,16 @@ inline double median(std::vector<double> &values) {
 }
 
 // One iteration of `state` is a round: each side once. A call of either side makes `operations` operations.
-[[gnu::noinline]] inline void compare(State &state, size_t operations, const Work &engine, const Work &floor) {
+[[gnu::noinline]] inline void compare(State &state, size_t operations, const Work &engine, const Work &bound) {
     std::vector<double> times[2];
     for ([[maybe_unused]] auto round : state) {
-        const bool floor_first = times[0].size() % 2 != 0;
-        run(floor_first ? floor : engine, times[floor_first]);
-        run(floor_first ? engine : floor, times[!floor_first]);
+        const bool bound_first = times[0].size() % 2 != 0;
+        run(bound_first ? bound : engine, times[bound_first]);
+        run(bound_first ? engine : bound, times[!bound_first]);
         state.SetIterationTime(times[0].back());
     }
     state.counters["time"] = median(times[0]) / static_cast<double>(operations);
-    state.counters["floor"] = median(times[1]) / static_cast<double>(operations);
+    state.counters["bound"] = median(times[1]) / static_cast<double>(operations);
 }
 
 inline void check(State &state, bool ok, const char *otherwise) {

@@ -82,14 +82,14 @@ void warn_of_times(const std::vector<sel_record> &records, const std::string &pa
 void sort_by_time(std::vector<sel_record> &records) {
     std::vector<size_t> places;
     std::vector<sel_record> dated;
-    for (size_t place = 0; place < records.size(); place++) {
+    for (size_t place = 0; place < records.size(); ++place) {
         if (is_dated(story::read_record(records[place]))) {
             places.push_back(place);
             dated.push_back(records[place]);
         }
     }
     std::ranges::stable_sort(dated, {}, [](const sel_record &record) { return *story::read_record(record).time; });
-    for (size_t i = 0; i < places.size(); i++) {
+    for (size_t i = 0; i < places.size(); ++i) {
         records[places[i]] = dated[i];
     }
 }

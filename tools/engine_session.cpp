@@ -85,7 +85,7 @@ void replay_served_capture(size_t live) {
     const WriteBuffer write_buffer;
     init_sdr_lookup();
     init_event_thread();
-    for (size_t position = walked; position < records.size(); position++) {
+    for (size_t position = walked; position < records.size(); ++position) {
         process_sel_data(reinterpret_cast<const uint8_t *>(&records[position]));
     }
 }

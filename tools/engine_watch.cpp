@@ -67,7 +67,7 @@ void tell(const story::Change &change, size_t story::Totals::*total) {
     const std::lock_guard lock(totals_lock);
     totals.*total += 1;
     if (change.origin == Origin::stale_pass) {
-        totals.recovered++;
+        ++totals.recovered;
     }
     if (audience != nullptr) {
         audience->change(change);
@@ -108,7 +108,7 @@ void run_pass(Origin origin, void (*pass)()) {
 bool begin_record() {
     const std::lock_guard lock(totals_lock);
     if (walk_left_out && !is_live()) {
-        totals.left_out++;
+        ++totals.left_out;
         return false;
     }
     record_is_in_hand = true;
@@ -133,7 +133,7 @@ Reason reason_of(int32_t result, const story::Record &record) {
 void count_refused(int32_t result) {
     const Reason reason = reason_of(result, *in_hand.record);
     const bool serious = reason != Reason::oem && ipmi_access::is_serious(in_hand.record->event);
-    totals.refused[static_cast<size_t>(reason)]++;
+    ++totals.refused[static_cast<size_t>(reason)];
     totals.refused_serious += serious;
     if (audience != nullptr) {
         audience->refused({*in_hand.record, reason, result, serious});
@@ -143,14 +143,14 @@ void count_refused(int32_t result) {
 // False for one that was read from the FIFO in the very moment of the stop, and found no write buffer any more.
 bool count_record(int32_t result) {
     if (result == not_classified && fe_flag(&fe_not_running) != 0) {
-        totals.left_out++;
+        ++totals.left_out;
         return false;
     }
-    totals.records++;
+    ++totals.records;
     if (result != 0) {
         count_refused(result);
     } else {
-        (in_hand.dispatched ? totals.processed : totals.ignored)++;
+        ++(in_hand.dispatched ? totals.processed : totals.ignored);
     }
     return true;
 }
@@ -159,7 +159,7 @@ void end_record(int32_t result) {
     const std::lock_guard lock(totals_lock);
     const bool counts = count_record(result);
     record_is_in_hand = false;
-    records_ended++;
+    ++records_ended;
     if (counts && audience != nullptr) {
         audience->record_done();
     }

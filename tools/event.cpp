@@ -29,7 +29,7 @@ std::vector<RecordFile> read_files(const std::vector<std::string> &paths) {
 }
 
 void write_file(const SelWriter &fifo, const RecordFile &file) {
-    for (size_t position = 0; position < file.records.size(); position++) {
+    for (size_t position = 0; position < file.records.size(); ++position) {
         if (!fifo.write_record(file.records[position])) {
             throw Refusal(file.path + ": offset " + std::to_string(position * sizeof(sel_record)) +
                           ": cannot write the record: " + strerror(errno));

@@ -101,7 +101,7 @@ void print_fault_list(FILE *out, std::span<const Fault> faults, size_t line_widt
     } else {
         table.print_head(out);
     }
-    for (size_t i = 0; i < lines.size(); i++) {
+    for (size_t i = 0; i < lines.size(); ++i) {
         table.print(out, lines[i], severity_column, severity_colour(faults[i].severity));
     }
 }

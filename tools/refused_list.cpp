@@ -22,7 +22,7 @@ std::string id_text(uint16_t id) {
 
 std::string ids_text(const std::vector<uint16_t> &ids) {
     std::string text;
-    for (size_t i = 0; i < std::min(ids.size(), ids_shown); i++) {
+    for (size_t i = 0; i < std::min(ids.size(), ids_shown); ++i) {
         text += (i == 0 ? "" : " ") + id_text(ids[i]);
     }
     return ids.size() > ids_shown ? text + " ... " + id_text(ids.back()) : text;

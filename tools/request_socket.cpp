@@ -111,7 +111,7 @@ size_t RequestSocket::drain() {
     size_t datagrams = 0;
     char byte;
     while (recv(fd_, &byte, sizeof byte, MSG_DONTWAIT) > 0) {
-        datagrams++;
+        ++datagrams;
     }
     return datagrams;
 }

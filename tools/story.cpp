@@ -4,21 +4,13 @@
 #include <numeric>
 
 #include "base/ipmi.h"
+#include "base/wire_bytes.h"
 #include "platform/fe_core/fe_core.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
 #include "platform/ipmi_access/utf8.h"
 
 namespace story {
 namespace {
-
-template <size_t size>
-uint32_t little_endian(const uint8_t (&bytes)[size]) {
-    uint32_t value = 0;
-    for (size_t i = size; i-- > 0;) {
-        value = value << 8 | bytes[i];
-    }
-    return value;
-}
 
 template <size_t size>
 std::string field_text(const char (&field)[size]) {

@@ -178,7 +178,7 @@ std::string JsonLines::refused(const Refused &refused) {
 std::string JsonLines::summary(const Ending &ending) {
     const Totals &totals = ending.totals;
     Json reasons_json = Json::object();
-    for (size_t i = 0; i < reasons; i++) {
+    for (size_t i = 0; i < reasons; ++i) {
         reasons_json[reason_key(static_cast<Reason>(i))] = totals.refused[i];
     }
     Json by_severity = Json::object();

@@ -60,7 +60,7 @@ public:
 
     void print(const std::string &name, const Json &summary) {
         add_to(totals_, summary);
-        servers_++;
+        ++servers_;
         print_cells(cells_of(name, summary, summary["worst"].is_string() ? summary["worst"].get<std::string>() : "-"));
         if (format_ == "json") {
             puts(summary.dump().c_str());
@@ -92,7 +92,7 @@ private:
         if (format_ == "text") {
             table_.print(stdout, cells, cells.size(), "");
         }
-        for (size_t i = 0; format_ == "csv" && i < cells.size(); i++) {
+        for (size_t i = 0; format_ == "csv" && i < cells.size(); ++i) {
             printf("%s\"%s\"%s", i == 0 ? "" : ",", cells[i].c_str(), i + 1 == cells.size() ? "\n" : "");
         }
     }
@@ -118,7 +118,7 @@ int print_summary(const std::vector<CaptureFiles> &captures, const ReplayOptions
     size_t started = 0, unreadable = 0;
     int code = exit_ok;
     for (const CaptureFiles &files : captures) {
-        for (; running.size() < jobs && started < captures.size(); started++) {
+        for (; running.size() < jobs && started < captures.size(); ++started) {
             ReplayOptions own = options;
             own.view.format = "json";
             own.view.ending_only = true;
@@ -130,7 +130,7 @@ int print_summary(const std::vector<CaptureFiles> &captures, const ReplayOptions
         progress.step("captures");
         progress.erase();
         if (!summary.is_object()) {
-            unreadable++;
+            ++unreadable;
             continue;
         }
         summary["capture"] = files.name;

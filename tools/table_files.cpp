@@ -106,7 +106,7 @@ std::string read_pair(const TableFile &entries, const TableFile &count_file, std
 
 std::vector<fe_write_buf> read_table_files(const std::string &directory) {
     std::vector<fe_write_buf> faults;
-    for (int attempt = 1;; attempt++) {
+    for (int attempt = 1;; ++attempt) {
         TableFile entries(directory + "/fe_table.entry");
         TableFile count_file(directory + "/fe_table.sz");
         entries.lock();

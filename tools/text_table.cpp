@@ -28,12 +28,12 @@ std::string shortened(const std::string &text, size_t width) {
     }
     const size_t tail = width * 2 / 3;
     size_t head_end = 0;
-    for (size_t seen = 0; seen < width - tail; head_end++) {
+    for (size_t seen = 0; seen < width - tail; ++head_end) {
         seen += !continues(text[head_end + 1]);
     }
     size_t tail_start = text.size();
     for (size_t seen = 0; seen < tail; seen += !continues(text[tail_start])) {
-        tail_start--;
+        --tail_start;
     }
     return text.substr(0, head_end - 1) + '~' + text.substr(tail_start);
 }
@@ -49,14 +49,14 @@ TextTable::TextTable(std::vector<Column> columns, size_t line_width)
     : columns_(std::move(columns)), shown_(columns_.size(), true), line_width_(line_width) {}
 
 void TextTable::fit(const Cells &cells) {
-    for (size_t i = 0; i < cells.size(); i++) {
+    for (size_t i = 0; i < cells.size(); ++i) {
         columns_[i].width = std::max(columns_[i].width, text_width(cells[i]));
     }
 }
 
 size_t TextTable::width_before_last() const {
     size_t width = 0;
-    for (size_t i = 0; i + 1 < columns_.size(); i++) {
+    for (size_t i = 0; i + 1 < columns_.size(); ++i) {
         width += shown_[i] ? std::max(columns_[i].width, text_width(columns_[i].head)) + 1 : 0;
     }
     return width;
@@ -67,8 +67,8 @@ void TextTable::drop_columns() {
         return;
     }
     const size_t last = std::max(columns_.back().width, least_last_width);
-    for (int turn = 1; turn <= static_cast<int>(columns_.size()); turn++) {
-        for (size_t i = 0; i < columns_.size(); i++) {
+    for (int turn = 1; turn <= static_cast<int>(columns_.size()); ++turn) {
+        for (size_t i = 0; i < columns_.size(); ++i) {
             if (columns_[i].goes == turn && width_before_last() + last > line_width_) {
                 shown_[i] = false;
             }
@@ -87,7 +87,7 @@ void TextTable::print_head(FILE *out) {
 void TextTable::print(FILE *out, const Cells &cells, size_t coloured_column, const char *colour) {
     drop_columns();
     std::string line;
-    for (size_t i = 0; i + 1 < columns_.size(); i++) {
+    for (size_t i = 0; i + 1 < columns_.size(); ++i) {
         if (!shown_[i]) {
             continue;
         }

@@ -57,10 +57,10 @@ void run_interface(fe_read_buf_struct *read_buffer) {
         }
         place_request(*read_buffer, request);
         if (!await_taken(*read_buffer)) {
-            not_taken++;
+            ++not_taken;
             return;
         }
-        taken++;
+        ++taken;
     }
 }
 

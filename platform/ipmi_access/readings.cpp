@@ -46,7 +46,7 @@ Readings parse_readings(std::string_view text, const std::string &path) {
     Readings readings;
     std::istringstream lines{std::string(text)};
     std::string line;
-    for (unsigned number = 1; std::getline(lines, line); number++) {
+    for (unsigned number = 1; std::getline(lines, line); ++number) {
         if (const char *wrong = add_reading(readings, line)) {
             throw CaptureError(path + ": line " + std::to_string(number) + ": " + wrong);
         }

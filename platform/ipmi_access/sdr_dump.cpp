@@ -132,7 +132,7 @@ Sharing read_sharing(const Layout &layout, std::span<const uint8_t> body) {
 void add_sensors(Sensors &sensors, const Layout &layout, std::span<const uint8_t> body) {
     const Sharing sharing = read_sharing(layout, body);
     const std::string label = trimmed(decode_name(body[layout.name], body.subspan(layout.name + size_t{1})));
-    for (unsigned i = 0; i < sharing.count && body[number_offset] + i < sensors.size(); i++) {
+    for (unsigned i = 0; i < sharing.count && body[number_offset] + i < sensors.size(); ++i) {
         const unsigned number = body[number_offset] + i;
         if (sensors[number]) {
             continue;

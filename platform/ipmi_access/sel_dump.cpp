@@ -41,7 +41,7 @@ std::vector<sel_record> parse_sel_dump(std::span<const uint8_t> dump, const std:
         const auto first = std::ranges::find_if_not(records, of_known_type) - records.begin();
         fail_at(path, static_cast<size_t>(first) * sizeof(sel_record), "this is no SEL record, and most are none");
     }
-    for (size_t position = 0; position < records.size(); position++) {
+    for (size_t position = 0; position < records.size(); ++position) {
         if (!of_known_type(records[position])) {
             warn_at(warnings, path, position * sizeof(sel_record), "this is no SEL record; it is passed over");
         }

@@ -142,7 +142,7 @@ Readings parse_sensor_list(const std::string &text, const std::string &path, con
         if (!line) {
             continue;
         }
-        lines++;
+        ++lines;
         const Sensor *sensor = by_name.take(line->name);
         strange += sensor == nullptr;
         if (sensor != nullptr && line->states) {

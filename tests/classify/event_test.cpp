@@ -134,7 +134,7 @@ TEST(Classification, FollowsTheTables) {
     uint8_t *const sel = bytes + 1;
     std::vector<std::pair<int, int>> entities;
     entities.reserve(300);
-    for (int entity = 0; entity < 256; entity++) {
+    for (int entity = 0; entity < 256; ++entity) {
         entities.emplace_back(entity, entity);
     }
     for (int id : {8, 25, 10, 11, 46}) {
@@ -143,8 +143,8 @@ TEST(Classification, FollowsTheTables) {
         }
     }
     unsigned turn = 0;
-    for (unsigned dir_type = 0; dir_type < 256; dir_type++) {
-        for (unsigned offset = 0; offset < 16; offset++) {
+    for (unsigned dir_type = 0; dir_type < 256; ++dir_type) {
+        for (unsigned offset = 0; offset < 16; ++offset) {
             for (int sensor_type : {1, 2, 3, 4, 5, 8, 0xC, 0xD, 0x12, 0x21, 0x25, 0xC0}) { // all named ones, another
                 for (const auto &[id, word] : entities) {
                     constexpr int instances[] = {0, 7, 8, 40, 43, 5, -1, -8};

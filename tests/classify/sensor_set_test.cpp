@@ -5,7 +5,7 @@
 namespace {
 
 TEST(SensorSet, HoldsEverySensor) {
-    for (uint32_t number = 0; number < 512; number++) {
+    for (uint32_t number = 0; number < 512; ++number) {
         ASSERT_EQ(is_fault_sensor(number), 1) << number;
     }
     EXPECT_EQ(sensor_indexing(), 0);
@@ -24,7 +24,7 @@ TEST(Search, TakesTheStatedOneOfEquals) {
         {3, 2, {-1, -1, -1, -1, -1, -1, -1, -1, -1}},
     };
     for (const auto &row : rows) {
-        for (size_t i = 0; i < std::size(keys); i++) {
+        for (size_t i = 0; i < std::size(keys); ++i) {
             EXPECT_EQ(search(bytes + 4, 0x5500 | keys[i], row.low, row.high), row.found[i]) << row.low << ' ' << i;
         }
     }

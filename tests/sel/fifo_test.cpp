@@ -117,7 +117,7 @@ protected:
         return short_story() + (fe_not_running != 0 ? " stopped" : " running");
     }
 
-    // The calls on the FIFO, sweeps, pauses and the ids of the records.
+    // The calls on the FIFO, passes, pauses and the ids of the records.
     static std::string short_story() {
         std::string result;
         for (const std::string &line : world().log) {

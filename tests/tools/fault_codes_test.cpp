@@ -39,11 +39,11 @@ std::set<int32_t> related_in_the_end(EntityClass entity, const fe_read_buf &requ
 // Every crossing of every measurement lands in one group, which the engine knows by the same members or not at all,
 // and no two measurements of an entity share a code. Number 113 leaves it to the severity, the others are thresholds.
 TEST(FaultCodes, LevelsOfAMeasurementMeet) {
-    for (int entity = 0; entity <= static_cast<int>(EntityClass::chassis_controller); entity++) {
+    for (int entity = 0; entity <= static_cast<int>(EntityClass::chassis_controller); ++entity) {
         std::set<int32_t> taken;
-        for (int sensor_type = 1; sensor_type < 256; sensor_type++) {
+        for (int sensor_type = 1; sensor_type < 256; ++sensor_type) {
             std::set<std::set<int32_t>> groups;
-            for (int32_t number = 113; number <= 119; number++) {
+            for (int32_t number = 113; number <= 119; ++number) {
                 for (const int32_t severity : {0, 4, 5, 6}) {
                     groups.insert(related_in_the_end(static_cast<EntityClass>(entity),
                                                      make_request(sensor_type, threshold_event, number, severity)));

@@ -41,7 +41,7 @@ TEST(RequestInterface, EndsWithARequestInHand) {
 
         if (engine_takes) {
             fe_core::stop();
-            for (int i = 0; i < 10000; i++) { // for a producer that would not wait
+            for (int i = 0; i < 10000; ++i) { // for a producer that would not wait
                 std::this_thread::yield();
             }
         }

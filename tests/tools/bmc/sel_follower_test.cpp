@@ -42,7 +42,7 @@ public:
         record.record_id[0] = static_cast<uint8_t>(added_ % (places() ? capacity : last_id) + 1);
         std::erase_if(log_, [&](const sel_record &old) { return id_of(old) == id_of(record); });
         if (added_++ % 3 == 0) {
-            clock_++;
+            ++clock_;
         }
         record.timestamp[0] = static_cast<uint8_t>(clock_);
         record.timestamp[1] = static_cast<uint8_t>(clock_ >> 8);
@@ -51,7 +51,7 @@ public:
         owed_.push_back(record);
         info_.last_addition = clock_;
     }
-    void wait_a_second() { clock_++; }
+    void wait_a_second() { ++clock_; }
     void clear() {
         log_.clear();
         added_ = places() || chance(2) ? 0 : added_;
