@@ -9,6 +9,7 @@
 
 #include "fault_engine/classify.h"
 #include "fault_engine/engine.h"
+#include "fault_engine/sel.h"
 #include "platform/entity_filter/entity_filter_host.h"
 #include "platform/fe_core/fe_core.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
@@ -19,10 +20,6 @@ namespace {
 
 using story::Origin;
 using story::Reason;
-
-constexpr int32_t not_classified = -1; // or there is no write buffer
-constexpr int32_t no_sensor = -105;
-constexpr int32_t wrong_record = -108;
 
 // What the calling thread works on.
 struct InHand {
@@ -118,9 +115,9 @@ bool begin_record() {
 Reason reason_of(int32_t result, const story::Record &record) {
     const ipmi_access::Sensor *sensor = ipmi_access::find_sensor(record.sensor_number);
     switch (result) {
-    case not_classified: return in_hand.classified ? Reason::no_fault_number : Reason::no_severity;
-    case no_sensor: return Reason::no_sensor;
-    case wrong_record:
+    case FE_SEL_REFUSED: return in_hand.classified ? Reason::no_fault_number : Reason::no_severity;
+    case FE_SEL_NO_SENSOR: return Reason::no_sensor;
+    case FE_SEL_WRONG_RECORD:
         if (!story::is_system_event(record)) {
             return Reason::oem;
         }
@@ -142,7 +139,7 @@ void count_refused(int32_t result) {
 
 // False for one that was read from the FIFO in the very moment of the stop, and found no write buffer any more.
 bool count_record(int32_t result) {
-    if (result == not_classified && fe_flag(&fe_not_running) != 0) {
+    if (result == FE_SEL_NO_WRITE_BUFFER && fe_flag(&fe_not_running) != 0) {
         ++totals.left_out;
         return false;
     }
@@ -234,7 +231,7 @@ int32_t update_fe_database(fe_write_buf_struct *wbuf) {
     const int32_t result = engine_function(wbuf);
     const fe_write_buf &record = *wbuf->fe_write_buf;
     const bool clears = record.vemoFaultSeverity == FE_SEVERITY_CLEARED;
-    if (result < 0) {
+    if (result == FE_TABLE_UNCHANGED) {
         count(clears ? &story::Totals::nothing_to_clear : &story::Totals::not_stored);
         return result;
     }

@@ -4,8 +4,8 @@
  *
  * Records that come as wire bytes are structs of bytes, so they have no padding and may lie at any address.
  *
- * The SEL functions that return int32_t return a result of enum fe_sel_result or, as it stands, what a failing detach of the SEL library
- * returned.
+ * The SEL functions that return int32_t return a result of enum fe_sel_result or, as it stands, what a failing detach
+ * of the SEL library returned.
  */
 #ifndef FAULT_ENGINE_SEL_H
 #define FAULT_ENGINE_SEL_H
@@ -140,8 +140,8 @@ extern "C" {
 
 /*
  * Turns one 16-byte SEL record into a fault and commits it: dispatch, related codes, fault table, broadcast (the last
- * only once the start-up walk is over). Null gives -103. Takes fe_write_buf_mutex, and fe_table_mutex
- * inside it; the caller holds none of the engine's locks. Its own working storage is on the stack. After start-up a
+ * only once the start-up walk is over). Null gives FE_SEL_NO_RECORD. Takes fe_write_buf_mutex, and fe_table_mutex inside
+ * it; the caller holds none of the engine's locks. Its own working storage is on the stack. After start-up a
  * "BIOS_POST_CMPLT" record pauses for 30 seconds.
  */
 FE_EXPORT int32_t process_sel_data(const uint8_t *sel_bytes);
@@ -160,9 +160,9 @@ FE_EXPORT int32_t process_super_sel_data(const uint8_t *sel_bytes);
 FE_EXPORT int32_t init_event_thread(void);
 
 /*
- * Sends every record of the SEL down process_sel_data(). Returns -1 when the SEL's size cannot be read, -104 when a
- * chunk cannot be decoded (then no record was processed), 0 for an empty SEL or when out of memory, otherwise the
- * result of the last record. Needs about 186 KiB of stack. Called by init_event_thread(); a second walk counts every
+ * Sends every record of the SEL down process_sel_data(). Returns FE_SEL_NO_SIZE or FE_SEL_NO_CHUNK when the SEL cannot
+ * be read (then no record was processed), FE_SEL_OK when it is empty or memory is out, otherwise the result of the last
+ * record. Needs about 186 KiB of stack. Called by init_event_thread(); a second walk counts every
  * fault's records once more.
  */
 FE_EXPORT int32_t populate_all_sel_events(void);
