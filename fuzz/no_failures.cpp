@@ -1,4 +1,4 @@
-// No call fails but those whose result the input gives; what is not as it must be ends the target.
+// In a fuzz target only those calls fail whose result the input gives, and a difference ends the program.
 #include "fuzz/target.h"
 #include "support/calls.h"
 #include "support/mirror.h"

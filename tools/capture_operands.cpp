@@ -52,7 +52,7 @@ void add_file(Groups &groups, const std::string &path) {
     files.*kind->file = path;
 }
 
-// One server's files under two names.
+// An SDR under one name and a SEL under another, and nothing else, are one server's.
 void join_two(Groups &groups) {
     if (groups.size() != 2) {
         return;

@@ -10,7 +10,7 @@
 #include "tools/private_folder.h"
 #include "tools/story.h"
 
-// One at a time, and one in a process that starts the engine: nothing takes the engine's table back.
+// One at a time. A process that starts the engine has one in all, since nothing empties the engine's table.
 class EngineSession {
 public:
     // Without --real-time pauses are cut to `longest_pause`. Throws Refusal when the log cannot be written.

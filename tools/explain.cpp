@@ -16,7 +16,7 @@ namespace {
 
 using namespace story;
 
-// A change that is kept: of its faults, what is needed.
+// What is kept of a change.
 struct Step {
     std::optional<Record> record;
     std::string what; // "created", "worse", ...
@@ -43,7 +43,7 @@ std::string step_words(const Change &change) {
     return change_words(change) + (renamed ? " (of " + change.after->sensor + ')' : "");
 }
 
-// Levels of a measurement are one fault; each of its lives is told after the one before.
+// All levels of a measurement are one fault. One that comes again after it was cleared goes on in the same timeline.
 class Timelines : public Listener {
 public:
     explicit Timelines(const Filter &filter) : filter_(filter) {}

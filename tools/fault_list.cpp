@@ -13,7 +13,7 @@ using namespace story;
 
 constexpr size_t severity_column = 1;
 
-// What the sensors' names need, so that lines of changes stand below each other.
+// The width of the longest sensor name, so that the columns of changes are aligned while they are printed.
 size_t sensor_width() {
     size_t width = 12;
     for (const auto &sensor : ipmi_access::served().sensors) {

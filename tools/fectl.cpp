@@ -50,7 +50,7 @@ void open_standard_descriptors() {
     }
 }
 
-// The last first, as CLI11 wants them. What -P is given is not to stay where ps shows it.
+// In reverse order, as CLI11 wants them. The password behind -P is overwritten where ps would show it.
 std::vector<std::string> take_arguments(int argc, char **argv) {
     std::vector<std::string> arguments(std::reverse_iterator(argv + argc), std::reverse_iterator(argv + 1));
     for (char **argument = argv + 1; argument < argv + argc; ++argument) {

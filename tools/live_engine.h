@@ -23,7 +23,7 @@ public:
     // True when the engine has stopped, or will, without being told to.
     bool has_given_up() const;
 
-    // Returns when all threads have ended; the start-up walk and pauses are cut short. For the second time: nothing.
+    // Returns when all threads have ended; the start-up walk and pauses are cut short. A second call does nothing.
     void stop();
 
 private:

@@ -23,7 +23,8 @@ std::string parent() {
     return access("/dev/shm", W_OK | X_OK) == 0 ? "/dev/shm" : "/tmp";
 }
 
-// What a signal takes away: the folder, and before it what the engine makes there. Set before the handlers are.
+// What the signal handler removes: the files that the engine makes in the folder, then the folder. Set before the
+// handler is.
 char files[2][PATH_MAX];
 char folder[PATH_MAX];
 constexpr int signals[] = {SIGHUP, SIGINT, SIGPIPE, SIGTERM};

@@ -34,7 +34,7 @@ Replayed replay(const CaptureFiles &files, const EngineOptions &engine, size_t l
 // The same, printed; returns the exit code.
 int replay_and_print(const CaptureFiles &files, const ReplayOptions &options);
 
-// In a process of its own, so that many can follow or run side by side: what is printed there is for take().
+// A replay in a process of its own, since a process can do only one. What it prints is kept for take().
 class ReplayApart {
 public:
     // Its standard error is `complaints`.

@@ -90,7 +90,7 @@ report::ServerLog published_log(const std::string &folder, report::Words &words)
 }
 
 #ifdef FECTL_BMC
-// A file of a capture that has a name for people alone.
+// A file of a capture that has no name in any folder: `name` is what people are shown.
 struct OpenFile {
     OpenFile(std::string name_of_it, const std::string &content)
         : name(std::move(name_of_it)), file(temporary_file(content)),

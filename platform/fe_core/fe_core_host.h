@@ -36,7 +36,7 @@ void observe_log(void (*observer)(const char *format));
 void limit_pauses(std::chrono::milliseconds longest);
 
 // The bound Unix datagram socket from which fe_init_interface() takes fault requests, 52 bytes each. It stays the
-// caller's, who closes it after fe_init_interface() has returned. Takes back what the two calls below did before. Throws
+// caller's, who closes it after fe_init_interface() has returned. Undoes an end_pauses() and a stop() of before. Throws
 // std::system_error.
 void take_requests_from(int socket);
 

@@ -52,7 +52,7 @@ std::string related_to(uint32_t code) {
     return row;
 }
 
-// Of the codes that there is a chance to meet: far past the tables and 16 bits, and what is negative if it is signed.
+// Codes far past the tables and past 16 bits, and codes that are negative when read as signed.
 TEST(Catalogue, NamesCodesAndCausesAndRelatesCodes) {
     auto known = read_catalogue();
     const auto name = [](const std::map<uint32_t, std::string> &names, uint32_t code) {

@@ -80,7 +80,7 @@ int32_t mirrored_update(fe_write_buf_struct *wbuf, decltype(&update_fe_database)
     return result;
 }
 
-// The updates inside are followed behind it.
+// An update that the test makes inside a stale pass; the model makes it when it follows the pass.
 int32_t update_inside(Pass &pass, fe_write_buf_struct *wbuf, decltype(&update_fe_database) library_update) {
     const fe_write_buf given = *wbuf->fe_write_buf;
     const int32_t result = library_update(wbuf);
@@ -88,7 +88,7 @@ int32_t update_inside(Pass &pass, fe_write_buf_struct *wbuf, decltype(&update_fe
     return result;
 }
 
-// Behind the library's pass, the model's own, with the updates that came meanwhile.
+// After the library's pass the model makes its own, with the updates at the readings at which they came.
 void follow_stale_pass(const Pass &pass) {
     Model &model = mirror->model;
     model.said.clear();

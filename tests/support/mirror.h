@@ -25,7 +25,7 @@ private:
     const Sandbox &sandbox_;
 };
 
-// Each program says what becomes of a difference.
+// Told of a difference; each program defines it: a test fails, a fuzz target ends.
 void report_difference(const std::string &what);
 
 // For the neighbours: a line was logged, a sensor is read.

@@ -1,4 +1,5 @@
-// The fault table and its clean-up passes as the tests believe in them: copies in two orders, no levels.
+// A model of the fault table and its clean-up passes: the records in the order of the chain, and places in it in the order
+// of the index, without the index's levels.
 #pragma once
 
 #include <algorithm>

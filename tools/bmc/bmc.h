@@ -32,7 +32,7 @@ public:
     virtual Bytes sdr(const SdrProgress &progress) = 0;
     virtual SdrTimes sdr_times() = 0;
 
-    // Nothing when the sensor has no reading, which `why` then tells.
+    // No value when the sensor has no reading; `why` then says for what reason.
     virtual std::optional<States> states(SensorAddress sensor, std::string &why) = 0;
 };
 

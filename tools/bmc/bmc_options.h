@@ -23,7 +23,7 @@ struct BmcOptions {
 
 void add_bmc_options(CLI::App &app, BmcOptions &options);
 
-// For those who can do without a BMC: without -H there are none of the others. Returns -H.
+// For a command that also works without a BMC: all other options need -H. Returns the option -H.
 cli::Option add_optional_bmc_options(CLI::App &app, BmcOptions &options);
 
 // With the password, for which it may ask. Throws Refusal.

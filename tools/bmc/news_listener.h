@@ -10,7 +10,7 @@ namespace bmc {
 
 class NewsListener : public story::Listener {
 public:
-    // Without the walk: what it has to tell was told by a watch before.
+    // `with_walk` is false when a watch of before has told what the start-up walk would tell.
     NewsListener(story::Listener &view, bool with_walk) : view_(view), with_walk_(with_walk) {}
 
     void change(const story::Change &change) override {

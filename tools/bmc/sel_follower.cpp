@@ -38,7 +38,7 @@ bool read_from(SelSource &source, uint16_t id, std::vector<sel_record> &records)
     return true;
 }
 
-// A look that finds something: works on a place of its own, which counts when nothing has thrown.
+// A look at a log that has changed. It works on a copy of the place, which is the follower's once nothing has thrown.
 class Look {
 public:
     Look(const SelPlace &before, SelSource &source, const SelInfo &info)
@@ -64,7 +64,7 @@ private:
     SelInfo info_;
 };
 
-// False when the log is not what is known of it, less some of its oldest records, and what follows.
+// True if the log is the known one, perhaps without its oldest records, with new ones behind it.
 bool Look::append(uint16_t next_id) {
     if (!read_from(source_, next_id, news.records) || news.records.empty()) {
         return false;
@@ -108,7 +108,7 @@ void Look::compare() {
     }
 }
 
-// Where ids are places that are written one after the other, and over again, those behind the newest come first.
+// In a log whose ids are places in a ring, the records behind the newest one known are older than those before it.
 void Look::put_in_order() {
     const auto tail = place_.log.end() - static_cast<ptrdiff_t>(news.records.size());
     place_.settled = std::equal(tail, place_.log.end(), news.records.begin(), same);
@@ -189,7 +189,7 @@ bool same(const sel_record &a, const sel_record &b) {
     return memcmp(&a, &b, sizeof a) == 0;
 }
 
-// Of the record behind the last known one; nothing when that no longer stands, or when all is to be read again.
+// The id of the record behind the last known one; none when that one is gone, or when all is to be read again.
 std::optional<uint16_t> SelFollower::next_id(SelSource &source, const SelInfo &info) const {
     if (place_.log.empty() || !place_.settled || info.last_erase != place_.info.last_erase) {
         return std::nullopt;

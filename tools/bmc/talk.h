@@ -9,9 +9,9 @@
 
 namespace bmc {
 
-// Lets `work` ask the BMC, until that is done or a signal tells to stop: CalledOff then ends it. Returns its exit code, or
-// `code_when_stopped`; whatever holds the network, a second later. What the BMC cannot do is thrown as what ends fectl
-// with the right exit code: Refusal when it refuses, else Unreachable.
+// Runs `work`, which may ask the BMC, and returns its exit code. A signal that tells to stop ends it by CalledOff; the
+// result is then `code_when_stopped`, at most a second later, even if the network hangs. Throws Refusal for what the BMC
+// refuses, and Unreachable for what else it cannot do.
 int talk(const BmcOptions &options, int code_when_stopped, const std::function<int(BmcClient &, StopThread &)> &work);
 
 } // namespace bmc

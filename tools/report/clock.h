@@ -28,8 +28,8 @@ struct Clock {
     int64_t end = 0;             // the place behind the last one
 };
 
-// Of the times of a log's records, in its order; one that is unknown stands where the one before it does. Records of one
-// second share it out among themselves.
+// From the times of a log's records, in its order. An unknown time has the place of the one before it; the records of one
+// second are spread over its places.
 Clock make_clock(std::span<const std::optional<int64_t>> times);
 
 bool is_date(int64_t time);
