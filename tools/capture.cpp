@@ -1,14 +1,14 @@
 #include "tools/capture.h"
 
 #include <algorithm>
-#include <map>
-#include <set>
+#include <filesystem>
 
 #include "platform/ipmi_access/capture_file.h"
 #include "platform/ipmi_access/readings.h"
 #include "platform/ipmi_access/sdr_dump.h"
 #include "platform/ipmi_access/sel_dump.h"
 #include "platform/time_text.h"
+#include "tools/fectl.h"
 #include "tools/story.h"
 #include "tools/unpack.h"
 #include "tools/view.h"
@@ -109,6 +109,15 @@ void warn_of_strangers(const Capture &capture, const CaptureFiles &files, Warnin
     }
 }
 
+void check_log(const CaptureFiles &files, const std::string &log) {
+    std::error_code ignored;
+    for (const std::string &input : files.paths()) {
+        if (!log.empty() && std::filesystem::equivalent(input, log, ignored)) {
+            throw Refusal("--log " + log + ": that is an input, too");
+        }
+    }
+}
+
 std::string text_of(const std::string &path) {
     const Bytes bytes = read_file(path);
     return {bytes.begin(), bytes.end()};
@@ -123,6 +132,9 @@ std::vector<std::string> CaptureFiles::paths() const {
 }
 
 LoadedCapture load_capture(const CaptureFiles &files) {
+    if (std::ranges::count(files.paths(), "-") > 1) {
+        throw CaptureError("-: standard input can be read only once");
+    }
     LoadedCapture loaded;
     Capture &capture = loaded.capture;
     capture.sensors = load_sensors(files.sdr, loaded.warnings);
@@ -138,10 +150,29 @@ LoadedCapture load_capture(const CaptureFiles &files) {
     if (!files.sensors.empty()) {
         capture.readings = parse_sensor_list(text_of(files.sensors), files.sensors, capture.sensors, loaded.warnings);
     }
+    if (!files.readings.empty() && !files.sensors.empty()) {
+        loaded.warnings.push_back(files.sensors + ": not used, since there is " + files.readings);
+    }
     if (!files.readings.empty()) {
         capture.readings = parse_readings(text_of(files.readings), files.readings);
     }
     return loaded;
+}
+
+size_t serve_capture(const CaptureFiles &files, const std::string &log, std::optional<size_t> live) {
+    check_log(files, log);
+    LoadedCapture loaded = load_capture(files);
+    const size_t records = loaded.capture.records.size();
+    const size_t left = std::min(live.value_or(0), records);
+    if (records - left > max_walk_records) {
+        throw Refusal(
+            files.sel + ": " + std::to_string(records) + " records, but the start-up walk takes " +
+            std::to_string(max_walk_records) +
+            (live ? "; --live " + std::to_string(records - max_walk_records) + " keeps the rest for afterwards" : ""));
+    }
+    std::ranges::for_each(loaded.warnings, warn);
+    serve(std::move(loaded.capture));
+    return left;
 }
 
 std::vector<sel_record> load_records(const std::string &path) {

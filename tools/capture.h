@@ -1,6 +1,7 @@
 // Where sensors, records and readings come from: files that were captured on a server.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,12 @@ struct LoadedCapture {
 // CaptureError.
 LoadedCapture load_capture(const CaptureFiles &files);
 
+// From now on the engine meets the capture, of which the last `live` records, or all there are, stay out of the start-up
+// walk; returns how many these are. `log` is the file that the engine's log will go to. Whatever is wrong with the input
+// is thrown here, as Refusal or CaptureError, before the engine touches anything. Nothing for a server that takes live
+// records from elsewhere.
+size_t serve_capture(const CaptureFiles &files, const std::string &log, std::optional<size_t> live);
+
 // The records of a SEL alone; what is passed over is said.
 std::vector<sel_record> load_records(const std::string &path);
 
@@ -41,7 +48,7 @@ struct CaptureOptions {
     std::vector<std::string> operands; // files and folders
 
     // Of the options and the operands: NAME.sdr and NAME.sel belong together, with NAME.readings and NAME.sensors if
-    // they are there. Throws Refusal when that leaves nothing, or something over.
+    // they are there. None when nothing is given; throws Refusal for a file that belongs to none.
     std::vector<CaptureFiles> captures() const;
 };
 void add_capture_options(CLI::App &app, CaptureOptions &options);

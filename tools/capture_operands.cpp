@@ -52,7 +52,7 @@ void add_file(Groups &groups, const std::string &path) {
     files.*kind->file = path;
 }
 
-// An SDR under one name and a SEL under another, and nothing else, are one server's.
+// An SDR under one name and a SEL under another are one server's, with the states that either has.
 void join_two(Groups &groups) {
     if (groups.size() != 2) {
         return;
@@ -61,10 +61,14 @@ void join_two(Groups &groups) {
     if (first.sdr.empty()) {
         std::swap(first, second);
     }
-    if (!first.sel.empty() || first.sdr.empty() || second.sel.empty() || !second.sdr.empty()) {
+    const bool overlap = std::ranges::any_of(
+        kinds, [&](const Kind &kind) { return !(first.*kind.file).empty() && !(second.*kind.file).empty(); });
+    if (overlap || !first.sel.empty() || first.sdr.empty() || second.sel.empty()) {
         return;
     }
-    first.sel = second.sel;
+    for (const Kind &kind : kinds) {
+        first.*kind.file += second.*kind.file; // one of them is empty
+    }
     Groups joined = {{"", first}};
     groups = std::move(joined);
 }
@@ -144,6 +148,9 @@ std::vector<CaptureFiles> CaptureOptions::captures() const {
     CaptureFiles given = files;
     Groups groups;
     if (are_a_pair(loose)) {
+        if (!files.sdr.empty() || !files.sel.empty()) {
+            throw Refusal(loose[0] + ", " + loose[1] + ": --sdr and --sel say which files these are");
+        }
         given.sdr = loose[0];
         given.sel = loose[1];
     } else {

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "tools/cli.h"
+#include "tools/csv.h"
 #include "tools/fectl.h"
 #include "tools/published_table.h"
 #include "tools/replay_run.h"
@@ -62,6 +63,9 @@ Faults faults_of_capture(const std::string &path, const DiffOptions &options) {
     }
     ReplayApart apart(captures[0], replay);
     std::istringstream lines(apart.take());
+    if (apart.exit_code() == exit_failed) {
+        throw Failure(path + ": cannot be replayed");
+    }
     if (apart.exit_code() != exit_ok) {
         throw Refusal(path + ": cannot be replayed");
     }
@@ -144,16 +148,22 @@ void print_text(const std::vector<Json> &found, size_t unchanged, size_t line_wi
 }
 
 void print_csv(const std::vector<Json> &found) {
-    constexpr const char *keys[] = {"difference", "severity_before", "severity", "sensor", "entity", "event", "name"};
-    puts("difference,severity_before,severity,sensor,entity,event,name");
+    const std::vector<std::string> keys = {"difference", "severity_before", "severity", "sensor",
+                                           "entity",     "event",           "name"};
+    puts(csv_line(keys).c_str());
     for (const Json &one : found) {
-        for (const char *key : keys) {
-            printf("%s%c", one[key].is_null() ? "" : one[key].dump().c_str(), key == std::string("name") ? '\n' : ',');
+        std::vector<std::string> values;
+        for (const std::string &key : keys) {
+            values.push_back(one[key].is_null() ? "" : one[key].get<std::string>());
         }
+        puts(csv_line(values).c_str());
     }
 }
 
 int diff(const DiffOptions &chosen) {
+    if ((chosen.before == "-") + (chosen.after == "-") + (chosen.sdr == "-") > 1) {
+        throw Refusal("diff: standard input can be read only once");
+    }
     const Faults before = faults_of(chosen.before, chosen);
     const Faults after = faults_of(chosen.after, chosen);
     const std::vector<Json> found = differences(before, after);

@@ -68,6 +68,9 @@ extern "C" int open(const char *path, int flags, ...) {
         errno = error;
         return -1;
     }
+    if (path == table_paths[0]) { // the first call of a change
+        failure.clear();
+    }
     Place place;
     const int fd = openat(AT_FDCWD, place_of(path, place), flags, mode);
     if (fd < 0 && is_one_of(path, table_paths)) {

@@ -15,7 +15,8 @@ void redirect_engine_files(const std::string &directory);
 // Where a path of the engine leads.
 std::string engine_file(const char *path);
 
-// The last table file that could not be opened and why, or an empty text. After the engine has stopped.
+// The table file that could not be opened at the last change of the table, and why; empty when both could. After the engine
+// has stopped.
 std::string table_file_failure();
 
 // From now on the engine can always open its SEL FIFO, and the wait for a record ends at once, even if the file is gone:

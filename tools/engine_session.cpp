@@ -65,8 +65,8 @@ EngineSession::~EngineSession() {
 
 bool EngineSession::files_are_good() const {
     bool good = true;
-    if (log_ && fflush(log_.get()) != 0) {
-        fprintf(stderr, "fectl: %s: cannot write: %s\n", log_path_.c_str(), strerror(errno));
+    if (log_ && (fflush(log_.get()) != 0 || ferror(log_.get()) != 0)) {
+        fprintf(stderr, "fectl: %s: cannot write all of it\n", log_path_.c_str());
         good = false;
     }
     for (const std::string &failure : {table_file_failure(), table_write_failure()}) {

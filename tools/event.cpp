@@ -1,5 +1,6 @@
 // fectl event: SEL records for an engine that runs.
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -40,6 +41,7 @@ void write_file(const SelWriter &fifo, const RecordFile &file) {
 int send_events(const std::string &fifo_path, const std::vector<std::string> &paths) {
     const std::vector<RecordFile> files = read_files(paths);
     const SelWriter fifo(fifo_path);
+    signal(SIGPIPE, SIG_IGN); // a reader that goes away is an error of the write
     size_t written = 0;
     for (const RecordFile &file : files) {
         write_file(fifo, file);

@@ -66,41 +66,54 @@ const fe_table_entry *FaultHistory::next_to_be_evicted() {
     return fe_fault_count == FE_TABLE_MAX_FAULTS ? last_entry() : nullptr;
 }
 
-std::optional<Fault> FaultHistory::remove(Faults &faults, const fe_table_entry *entry) {
-    const auto found = std::ranges::find(faults, entry, &Tracked::entry);
-    if (found == faults.end()) {
+std::optional<Fault> FaultHistory::take(Groups::iterator group, Faults::iterator at) {
+    std::optional<Fault> fault = std::move(at->fault);
+    group->second.erase(at);
+    if (group->second.empty()) {
+        by_instance_.erase(group);
+    }
+    return fault;
+}
+
+// The fault of the record's entity instance that is no longer in the table.
+std::optional<Fault> FaultHistory::take_cleared(const fe_write_buf &record) {
+    const auto group = by_instance_.find(key_of(record));
+    if (group == by_instance_.end()) {
         return std::nullopt;
     }
-    std::optional<Fault> gone = std::move(found->fault);
-    faults.erase(found);
-    return gone;
+    const fault_node *left = faults_beside(record);
+    const auto gone = std::ranges::find_if(group->second, [&](const Tracked &t) { return !is_among(left, t.entry); });
+    return gone == group->second.end() ? std::nullopt : take(group, gone);
+}
+
+std::optional<Fault> FaultHistory::take_evicted(const fe_table_entry *entry) {
+    for (auto group = by_instance_.begin(); group != by_instance_.end(); ++group) {
+        const auto found = std::ranges::find(group->second, entry, &Tracked::entry);
+        if (found != group->second.end()) {
+            return take(group, found);
+        }
+    }
+    return std::nullopt;
 }
 
 FaultHistory::Update FaultHistory::update(const fe_write_buf &record, const fe_table_entry *oldest,
                                           const std::optional<ipmi_access::Event> &event,
                                           std::optional<uint32_t> time) {
     const TableLock lock;
-    Faults &faults = by_instance_[key_of(record)];
     if (record.vemoFaultSeverity == FE_SEVERITY_CLEARED) {
-        const fault_node *left = faults_beside(record);
-        const auto gone = std::ranges::find_if(faults, [&](const Tracked &t) { return !is_among(left, t.entry); });
-        std::optional<Fault> before = gone == faults.end() ? std::nullopt : remove(faults, gone->entry);
+        std::optional<Fault> before = take_cleared(record);
         Fault after = follow(before ? &*before : nullptr, record, event, time);
         return {ChangeKind::cleared, std::move(before), std::move(after), {}};
     }
+    Faults &faults = by_instance_[key_of(record)];
     const auto known = std::ranges::find(faults, fe_table_head_ptr, &Tracked::entry);
     if (known != faults.end()) {
         Fault before = std::exchange(known->fault, follow(&known->fault, record, event, time));
         return {ChangeKind::repeated, std::move(before), known->fault, {}};
     }
-    faults.push_back({fe_table_head_ptr, follow(nullptr, record, event, time)});
-    Fault after = faults.back().fault;
-    std::optional<Fault> evicted;
-    for (auto &[key, others] : by_instance_) {
-        if (oldest != nullptr && !evicted) {
-            evicted = remove(others, oldest);
-        }
-    }
+    Fault after = follow(nullptr, record, event, time);
+    std::optional<Fault> evicted = oldest != nullptr ? take_evicted(oldest) : std::nullopt;
+    by_instance_[key_of(record)].push_back({fe_table_head_ptr, after});
     return {ChangeKind::created, {}, std::move(after), std::move(evicted)};
 }
 
@@ -120,6 +133,7 @@ std::vector<Fault> FaultHistory::remove_missing() {
             return missing;
         });
     }
+    std::erase_if(by_instance_, [](const auto &group) { return group.second.empty(); });
     return gone;
 }
 

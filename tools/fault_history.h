@@ -42,10 +42,14 @@ private:
     };
     using Faults = std::vector<Tracked>;
 
-    std::optional<Fault> remove(Faults &faults, const fe_table_entry *entry);
+    using Groups = std::unordered_map<uint64_t, Faults>; // by key_of(); none is empty
+
+    std::optional<Fault> take(Groups::iterator group, Faults::iterator at);
+    std::optional<Fault> take_cleared(const fe_write_buf &record);
+    std::optional<Fault> take_evicted(const fe_table_entry *entry);
     const Fault *find(const fe_table_entry *entry) const;
 
-    std::unordered_map<uint64_t, Faults> by_instance_; // key_of()
+    Groups by_instance_;
 };
 
 } // namespace story

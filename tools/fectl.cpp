@@ -10,10 +10,13 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <iterator>
 #include <map>
 #include <string>
 #include <vector>
+
+#include "platform/ipmi_access/ipmi_access_host.h"
 
 namespace {
 
@@ -141,28 +144,36 @@ private:
     std::string help_for_;
 };
 
-int run(int argc, char **argv) {
-    try {
-        return Parser().run(argc, argv);
-    } catch (const Failure &failure) {
-        fprintf(stderr, "fectl: %s\n", failure.what());
-        return exit_failed;
-    } catch (const Unreachable &failure) {
-        fflush(stdout);
-        fprintf(stderr, "fectl: %s\n", failure.what());
-        return exit_unreachable;
-    } catch (const std::exception &refusal) {
-        fflush(stdout);
-        fprintf(stderr, "fectl: %s\n", refusal.what());
-        return exit_refused;
-    }
-}
-
 } // namespace
+
+int run_and_report(const std::function<int()> &work) {
+    int code = exit_failed;
+    std::string why;
+    try {
+        return work();
+    } catch (const Refusal &refusal) {
+        code = exit_refused;
+        why = refusal.what();
+    } catch (const ipmi_access::CaptureError &refusal) {
+        code = exit_refused;
+        why = refusal.what();
+    } catch (const std::filesystem::filesystem_error &refusal) {
+        code = exit_refused;
+        why = refusal.what();
+    } catch (const Unreachable &failure) {
+        code = exit_unreachable;
+        why = failure.what();
+    } catch (const std::exception &failure) {
+        why = failure.what();
+    }
+    fflush(stdout);
+    fprintf(stderr, "fectl: %s\n", why.c_str());
+    return code;
+}
 
 int main(int argc, char **argv) {
     open_standard_descriptors();
-    const int code = run(argc, argv);
+    const int code = run_and_report([=] { return Parser().run(argc, argv); });
     if (code != exit_refused && (fflush(stdout) != 0 || ferror(stdout))) {
         fprintf(stderr, "fectl: cannot write the output\n");
         return exit_failed;

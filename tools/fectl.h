@@ -13,7 +13,8 @@ struct Refusal : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Something could not be done that was right to ask for: reported in one line on stderr, exit code 1.
+// Something could not be done that was right to ask for: reported in one line on stderr, exit code 1. So are exceptions of
+// all other kinds but ipmi_access::CaptureError and std::filesystem::filesystem_error, which count as refusals.
 struct Failure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -22,6 +23,9 @@ struct Failure : std::runtime_error {
 struct Unreachable : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
+
+// Returns what `work` returns or, when it throws, says why in one line on standard error and returns the exit code for that.
+int run_and_report(const std::function<int()> &work);
 
 enum ExitCode { exit_ok = 0, exit_failed = 1, exit_refused = 2, exit_fault_found = 3, exit_unreachable = 4 };
 

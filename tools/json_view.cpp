@@ -20,9 +20,9 @@ public:
             print(lines_.refused(refused));
         }
     }
-    void end(const story::Ending &ending, const RequestsSeen *) override {
+    void end(const story::Ending &ending, const RequestsSeen *requests) override {
         table(ending.active);
-        print(lines_.summary(ending));
+        print(lines_.summary(ending, requests));
     }
     void table(const std::vector<story::Fault> &faults) override {
         for (const story::Fault &fault : options_.filter.select(faults)) {

@@ -1,6 +1,5 @@
 #include "tools/live_engine.h"
 
-#include <cerrno>
 #include <cstring>
 #include <stdexcept>
 #include <string>

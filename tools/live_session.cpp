@@ -20,7 +20,8 @@ LiveSession::LiveSession(const EngineOptions &options, const Roads &roads, story
 void LiveSession::stop() {
     gave_up_ = engine_.has_given_up();
     if (gave_up_) {
-        fprintf(stderr, "fectl: the engine has stopped: %s is gone or fails\n", records_.path().c_str());
+        const std::string &road = fe_core::request_counts().failed ? requests_.path() : records_.path();
+        fprintf(stderr, "fectl: the engine has stopped: %s is gone or fails\n", road.c_str());
     }
     engine_.stop();
 }

@@ -23,9 +23,10 @@ std::string parent() {
     return access("/dev/shm", W_OK | X_OK) == 0 ? "/dev/shm" : "/tmp";
 }
 
-// What the signal handler removes: the files that the engine makes in the folder, then the folder. Set before the
+// What the signal handler removes: what the engine and a watch make in the folder, then the folder. Set before the
 // handler is.
-char files[2][PATH_MAX];
+constexpr const char *names[] = {"fe_table.entry", "fe_table.sz", "SA_vSEL_FIFO", "requests"};
+char files[std::size(names)][PATH_MAX];
 char folder[PATH_MAX];
 constexpr int signals[] = {SIGHUP, SIGINT, SIGPIPE, SIGTERM};
 
@@ -54,8 +55,9 @@ PrivateFolder::PrivateFolder() : path_(parent() + "/fectl-XXXXXX") {
         throw Failure(path_ + ": cannot make a folder for the engine's files: " + strerror(errno));
     }
     snprintf(folder, sizeof folder, "%s", path_.c_str());
-    snprintf(files[0], sizeof files[0], "%s/fe_table.entry", path_.c_str());
-    snprintf(files[1], sizeof files[1], "%s/fe_table.sz", path_.c_str());
+    for (size_t i = 0; i < std::size(names); ++i) {
+        snprintf(files[i], sizeof files[i], "%s/%s", path_.c_str(), names[i]);
+    }
     handle_signals(remove_and_end);
 }
 

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <map>
-#include <string>
 #include <tuple>
 
 #include "tools/story_words.h"
@@ -20,30 +18,25 @@ std::string id_text(uint16_t id) {
     return text;
 }
 
-std::string ids_text(const std::vector<uint16_t> &ids) {
-    std::string text;
-    for (size_t i = 0; i < std::min(ids.size(), ids_shown); ++i) {
-        text += (i == 0 ? "" : " ") + id_text(ids[i]);
+void print_lines(TextTable &table, const std::vector<Cells> &lines) {
+    for (const Cells &line : lines) {
+        table.fit(line);
     }
-    return ids.size() > ids_shown ? text + " ... " + id_text(ids.back()) : text;
+    printf("\nnot taken as faults:\n");
+    table.print_head(stdout);
+    for (const Cells &line : lines) {
+        table.print(stdout, line, 1, line[1].empty() ? "" : severity_colour(FE_SEVERITY_MAJOR));
+    }
 }
 
-// What stands in a line, in the order of lines.
-struct Key {
-    bool serious;
-    story::Reason reason;
-    uint8_t sensor_number;
-    uint16_t generator_id;
-    std::string sensor;
-    std::string event;
+} // namespace
 
-    bool operator<(const Key &other) const {
-        return std::tie(other.serious, reason, sensor_number, generator_id, sensor, event) <
-               std::tie(serious, other.reason, other.sensor_number, other.generator_id, other.sensor, other.event);
-    }
-};
+bool RefusedList::Key::operator<(const Key &other) const {
+    return std::tie(other.serious, reason, sensor_number, generator_id, sensor, event) <
+           std::tie(serious, other.reason, other.sensor_number, other.generator_id, other.sensor, other.event);
+}
 
-Key key_of(const story::Refused &refused) {
+RefusedList::Key RefusedList::key_of(const story::Refused &refused) {
     const story::Record &record = refused.record;
     if (!story::is_system_event(record)) {
         return {refused.serious, refused.reason, 0, 0, "-", story::event_words(record)};
@@ -56,7 +49,7 @@ Key key_of(const story::Refused &refused) {
             story::event_words(record)};
 }
 
-Cells cells_of(const std::string &first, const Key &key) {
+Cells RefusedList::cells_of(const std::string &first, const Key &key) {
     char generator[8] = "-";
     if (key.generator_id != 0) {
         snprintf(generator, sizeof generator, "0x%02x", key.generator_id);
@@ -64,26 +57,32 @@ Cells cells_of(const std::string &first, const Key &key) {
     return {first, key.serious ? "serious" : "", key.sensor, generator, key.event, story::reason_words(key.reason)};
 }
 
-void print_lines(TextTable &table, const std::vector<Cells> &lines) {
-    for (const Cells &line : lines) {
-        table.fit(line);
+std::string RefusedList::ids_text(const Group &group) {
+    std::string text;
+    for (const uint16_t id : group.first_ids) {
+        text += (text.empty() ? "" : " ") + id_text(id);
     }
-    printf("\nnot taken as faults:\n");
-    table.print_head(stdout);
-    for (const Cells &line : lines) {
-        table.print(stdout, line, 1, line[1].empty() ? "" : severity_colour(FE_SEVERITY_MAJOR));
+    return group.times > group.first_ids.size() ? text + " ... " + id_text(group.last_id) : text;
+}
+
+void RefusedList::add(const story::Refused &refused) {
+    if (each_) {
+        refused_.push_back(refused);
+        return;
+    }
+    Group &group = groups_[key_of(refused)];
+    ++group.times;
+    group.last_id = refused.record.id;
+    if (group.first_ids.size() < ids_shown) {
+        group.first_ids.push_back(group.last_id);
     }
 }
 
-void print_groups(const std::vector<story::Refused> &refused, size_t line_width) {
-    std::map<Key, std::vector<uint16_t>> groups;
-    for (const story::Refused &one : refused) {
-        groups[key_of(one)].push_back(one.record.id);
-    }
+void RefusedList::print_groups(size_t line_width) const {
     std::vector<Cells> lines;
-    for (const auto &[key, ids] : groups) {
-        lines.push_back(cells_of(std::to_string(ids.size()), key));
-        lines.back().push_back(ids_text(ids));
+    for (const auto &[key, group] : groups_) {
+        lines.push_back(cells_of(std::to_string(group.times), key));
+        lines.back().push_back(ids_text(group));
     }
     TextTable table({{"TIMES", 5, true},
                      {"", 7},
@@ -96,9 +95,9 @@ void print_groups(const std::vector<story::Refused> &refused, size_t line_width)
     print_lines(table, lines);
 }
 
-void print_each(const std::vector<story::Refused> &refused, size_t line_width) {
+void RefusedList::print_each(size_t line_width) const {
     std::vector<Cells> lines;
-    for (const story::Refused &one : refused) {
+    for (const story::Refused &one : refused_) {
         lines.push_back(cells_of(time_words(one.record.time), key_of(one)));
         lines.back().insert(lines.back().begin(), id_text(one.record.id));
         std::swap(lines.back()[1], lines.back()[2]);
@@ -114,15 +113,10 @@ void print_each(const std::vector<story::Refused> &refused, size_t line_width) {
     print_lines(table, lines);
 }
 
-} // namespace
-
-void RefusedList::print(bool each, size_t line_width) const {
-    if (refused_.empty()) {
-        return;
-    }
-    if (each) {
-        print_each(refused_, line_width);
-    } else {
-        print_groups(refused_, line_width);
+void RefusedList::print(size_t line_width) const {
+    if (!refused_.empty()) {
+        print_each(line_width);
+    } else if (!groups_.empty()) {
+        print_groups(line_width);
     }
 }

@@ -39,8 +39,8 @@ int run(const Options &chosen) {
             throw Refusal("replay: both --sdr FILE and --sel FILE are needed; see fectl help replay");
         }
     }
-    if (captures.size() > 1 && !chosen.replay.engine.file_directory.empty()) {
-        throw Refusal("--file-dir: the captures would write over each other's files");
+    if (captures.size() > 1 && !(chosen.replay.engine.file_directory.empty() && chosen.replay.engine.log.empty())) {
+        throw Refusal("--file-dir, --log: the captures would write over each other's files");
     }
     if (chosen.summary) {
         return print_summary(captures, chosen.replay, chosen.jobs);

@@ -2,6 +2,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -12,17 +14,11 @@ namespace {
 
 // The rest of a child process.
 [[noreturn]] void run_child(const CaptureFiles &files, const ReplayOptions &options) {
-    int code;
-    try {
-        code = replay_and_print(files, options);
-    } catch (const Failure &failure) {
-        fprintf(stderr, "fectl: %s\n", failure.what());
-        code = exit_failed;
-    } catch (const std::exception &refusal) {
-        fprintf(stderr, "fectl: %s\n", refusal.what());
-        code = exit_refused;
-    }
-    if (fflush(stdout) != 0) {
+    sigset_t none; // who waits for a BMC has signals blocked
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    int code = run_and_report([&] { return replay_and_print(files, options); });
+    if (fflush(stdout) != 0 || ferror(stdout)) {
         code = exit_failed;
     }
     _exit(code);
@@ -47,7 +43,9 @@ ReplayApart::ReplayApart(const CaptureFiles &files, const ReplayOptions &options
     close(ends[1]);
     output_ = ends[0];
     if (pid_ < 0) {
-        throw Failure(std::string("cannot start a process: ") + strerror(errno));
+        const int error = errno;
+        close(output_);
+        throw Failure(std::string("cannot start a process: ") + strerror(error));
     }
 }
 
@@ -55,11 +53,12 @@ ReplayApart::ReplayApart(ReplayApart &&other) noexcept
     : pid_(std::exchange(other.pid_, -1)), output_(std::exchange(other.output_, -1)), exit_code_(other.exit_code_) {}
 
 ReplayApart::~ReplayApart() {
-    if (output_ >= 0) {
-        close(output_); // its next write ends it
-    }
     if (pid_ > 0) {
+        kill(pid_, SIGTERM);
         waitpid(pid_, nullptr, 0);
+    }
+    if (output_ >= 0) {
+        close(output_);
     }
 }
 
@@ -72,5 +71,8 @@ std::string ReplayApart::take() {
     int status = 0;
     waitpid(std::exchange(pid_, -1), &status, 0);
     exit_code_ = WIFEXITED(status) ? WEXITSTATUS(status) : exit_failed;
+    if (WIFSIGNALED(status)) {
+        fprintf(stderr, "fectl: the replay was ended by signal %d\n", WTERMSIG(status));
+    }
     return text;
 }

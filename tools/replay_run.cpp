@@ -1,9 +1,5 @@
 #include "tools/replay_run.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
 #include <memory>
 
 #include "tools/cli.h"
@@ -32,35 +28,10 @@ private:
     Progress progress_;
 };
 
-void check_log(const CaptureFiles &files, const std::string &log) {
-    std::error_code ignored;
-    for (const std::string &input : files.paths()) {
-        if (!log.empty() && std::filesystem::equivalent(input, log, ignored)) {
-            throw Refusal("--log " + log + ": that is an input, too");
-        }
-    }
-}
-
-// All that can be wrong with the input shows here, before the engine touches anything.
-size_t serve_capture(const CaptureFiles &files, size_t live) {
-    LoadedCapture loaded = load_capture(files);
-    const size_t records = loaded.capture.records.size();
-    live = std::min(live, records);
-    if (records - live > ipmi_access::max_walk_records) {
-        throw Refusal(files.sel + ": " + std::to_string(records) + " records, but the start-up walk takes " +
-                      std::to_string(ipmi_access::max_walk_records) + "; --live " +
-                      std::to_string(records - ipmi_access::max_walk_records) + " keeps the rest for afterwards");
-    }
-    std::ranges::for_each(loaded.warnings, warn);
-    ipmi_access::serve(std::move(loaded.capture));
-    return live;
-}
-
 } // namespace
 
 Replayed replay(const CaptureFiles &files, const EngineOptions &engine, size_t live, story::Listener &listener) {
-    check_log(files, engine.log);
-    live = serve_capture(files, live);
+    live = serve_capture(files, engine.log, live);
     EngineOptions options = engine;
     std::unique_ptr<PrivateFolder> folder;
     if (options.file_directory.empty()) {

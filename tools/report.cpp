@@ -15,6 +15,8 @@
 #include "tools/replay_run.h"
 #include "tools/report/page.h"
 #include "tools/story_json.h"
+#include "tools/summary.h"
+#include "tools/whole_file.h"
 #ifdef FECTL_BMC
 #include "tools/bmc/fetch.h"
 #include "tools/bmc/talk.h"
@@ -62,8 +64,18 @@ std::vector<std::string> complaint_lines(FILE *file) {
     return lines;
 }
 
+struct ReplayedLog {
+    report::ServerLog log;
+    int code; // of the replay
+};
+
+int complain(const ReplayedLog &replayed) {
+    fprintf(stderr, "fectl: %s\n", replayed.log.failure.c_str());
+    return replayed.code;
+}
+
 // The page is made of what the replay prints as JSON.
-report::ServerLog replayed_log(const CaptureFiles &files, const ReplayOptions &options, report::Words &words) {
+ReplayedLog replayed_log(const CaptureFiles &files, const ReplayOptions &options, report::Words &words) {
     const File complaints = temporary_file();
     ReplayApart replay(files, options, fileno(complaints.get()));
     std::istringstream lines(replay.take());
@@ -77,16 +89,16 @@ report::ServerLog replayed_log(const CaptureFiles &files, const ReplayOptions &o
         log.failure = log.warnings.empty() ? "the replay stopped" : log.warnings.back();
         log.warnings.clear();
     }
-    return log;
+    return {std::move(log), replay.exit_code()};
 }
 
-report::ServerLog published_log(const std::string &folder, report::Words &words) {
+ReplayedLog published_log(const std::string &folder, report::Words &words) {
     report::LogReader reader(words, folder);
     story::JsonLines lines;
     for (const story::Fault &fault : read_published_table(folder)) {
         reader.take(nlohmann::json::parse(lines.fault(fault)));
     }
-    return reader.finish();
+    return {reader.finish(), exit_ok};
 }
 
 #ifdef FECTL_BMC
@@ -108,7 +120,7 @@ struct OpenFile {
 };
 
 // As of the files that fectl fetch would write.
-report::ServerLog fetched_log(bmc::BmcClient &client, const ReportOptions &chosen, report::Words &words) {
+ReplayedLog fetched_log(bmc::BmcClient &client, const ReportOptions &chosen, report::Words &words) {
     const std::string &host = chosen.bmc.access.host;
     const bmc::FetchedCapture capture = bmc::fetch_capture(client, host + ".sdr");
     const OpenFile sdr(host + ".sdr", capture.sdr), sel(host + ".sel", capture.sel),
@@ -119,13 +131,14 @@ report::ServerLog fetched_log(bmc::BmcClient &client, const ReportOptions &chose
     files.sel = sel.path;
     files.sensors = sensors.path;
     files.order_by_time = chosen.replay.capture.order == "time";
-    report::ServerLog log = replayed_log(files, chosen.replay, words);
+    ReplayedLog replayed = replayed_log(files, chosen.replay, words);
+    report::ServerLog &log = replayed.log;
     for (const OpenFile *file : {&sdr, &sel, &sensors}) {
         file->name_in(log.failure);
         std::ranges::for_each(log.warnings, [file](std::string &line) { file->name_in(line); });
     }
     log.warnings.insert(log.warnings.begin(), capture.remarks.begin(), capture.remarks.end());
-    return log;
+    return replayed;
 }
 #endif
 
@@ -143,16 +156,16 @@ void check_captures(const std::vector<CaptureFiles> &captures, const std::string
     }
 }
 
-std::vector<report::ServerLog> read_logs(const ReportOptions &chosen, report::Words &words) {
+std::vector<ReplayedLog> read_logs(const ReportOptions &chosen, report::Words &words) {
     const std::vector<CaptureFiles> captures = chosen.replay.capture.captures();
     if (captures.empty() == chosen.table.empty()) {
-        throw Refusal("report: captures or the folder of a table are needed; see fectl help report");
+        throw Refusal("report: captures belong here, or the folder of a table; see fectl help report");
     }
     if (!chosen.table.empty()) {
         return {published_log(chosen.table, words)};
     }
     check_captures(captures, chosen.output);
-    std::vector<report::ServerLog> logs;
+    std::vector<ReplayedLog> logs;
     logs.reserve(captures.size());
     for (const CaptureFiles &files : captures) {
         logs.push_back(replayed_log(files, chosen.replay, words));
@@ -165,31 +178,21 @@ void write_page(const std::string &path, const std::string &page) {
         fwrite(page.data(), 1, page.size(), stdout); // all commands tell what becomes of it
         return;
     }
-    FILE *file = fopen(path.c_str(), "w");
-    const bool written =
-        file != nullptr && fwrite(page.data(), 1, page.size(), file) == page.size() && fflush(file) == 0;
-    const int reason = errno;
-    if (file != nullptr) {
-        fclose(file);
-    }
-    if (!written) {
-        throw Failure(path + ": cannot write: " + strerror(reason));
-    }
+    write_whole_file(path, page);
 }
 
-int show(const std::vector<report::ServerLog> &logs, const report::Words &words, const ReportOptions &chosen) {
-    if (logs.size() == 1 && !logs.front().failure.empty()) {
-        throw Refusal(logs.front().failure);
+int show(const std::vector<ReplayedLog> &replayed, const report::Words &words, const ReportOptions &chosen) {
+    if (replayed.size() == 1 && replayed.front().code != exit_ok) {
+        return complain(replayed.front());
     }
+    std::vector<report::ServerLog> logs;
+    std::ranges::transform(replayed, std::back_inserter(logs), &ReplayedLog::log);
     write_page(chosen.output, report::make_page(logs, words));
     int code = exit_ok;
-    for (const report::ServerLog &log : logs) {
-        for (const std::string &warning : log.warnings) {
-            warn(warning);
-        }
-        if (!log.failure.empty()) {
-            fprintf(stderr, "fectl: %s\n", log.failure.c_str());
-            code = exit_refused;
+    for (const ReplayedLog &one : replayed) {
+        std::ranges::for_each(one.log.warnings, warn);
+        if (one.code != exit_ok) {
+            code = worse_code(code, complain(one));
         }
     }
     if (chosen.output != "-") {

@@ -107,9 +107,13 @@ void RequestSocket::withdraw() {
 }
 
 size_t RequestSocket::drain() {
-    shutdown(fd_, SHUT_RD);
+    constexpr size_t most = size_t{1} << 16; // from those who go on sending
     size_t datagrams = 0;
     char byte;
+    while (datagrams < most && recv(fd_, &byte, sizeof byte, MSG_DONTWAIT) >= 0) {
+        ++datagrams;
+    }
+    shutdown(fd_, SHUT_RD); // from now on nothing left and an empty datagram look the same
     while (recv(fd_, &byte, sizeof byte, MSG_DONTWAIT) > 0) {
         ++datagrams;
     }

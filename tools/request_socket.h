@@ -16,6 +16,7 @@ public:
     RequestSocket &operator=(const RequestSocket &) = delete;
 
     int fd() const { return fd_; }
+    const std::string &path() const { return path_; }
 
     // Removes the path: from now on nobody finds the socket.
     void withdraw();

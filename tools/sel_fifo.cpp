@@ -9,7 +9,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 
 #include "fault_engine/sel.h"
@@ -73,8 +72,12 @@ SelFifo::SelFifo(const std::string &path, bool create) : path_(path), fd_(-1) {
         refuse(path, "cannot open the FIFO", errno);
     }
     if (flock(fd_, LOCK_EX | LOCK_NB) != 0) {
+        const int error = errno;
         close(fd_);
-        throw Refusal(path + ": another fectl serve reads the FIFO");
+        if (error != EWOULDBLOCK) {
+            refuse(path, "cannot lock the FIFO", error);
+        }
+        throw Refusal(path + ": another fectl reads the FIFO");
     }
 }
 
@@ -142,7 +145,6 @@ SelWriter::SelWriter(const std::string &path) : fd_(open_fifo(path, O_WRONLY)) {
         close(fd_);
         throw Refusal(path + ": not a FIFO");
     }
-    signal(SIGPIPE, SIG_IGN); // a reader that goes away is an error of write()
 }
 
 SelWriter::~SelWriter() {

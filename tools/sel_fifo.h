@@ -38,7 +38,7 @@ void fifo_record_taken();
 // The other end.
 class SelWriter {
 public:
-    // Throws Refusal when nobody reads.
+    // Throws Refusal when nobody reads. A reader that goes away meanwhile raises SIGPIPE.
     explicit SelWriter(const std::string &path);
     ~SelWriter();
     SelWriter(const SelWriter &) = delete;

@@ -1,5 +1,4 @@
 // fectl serve: the engine, running.
-#include <algorithm>
 #include <memory>
 
 #include "tools/capture.h"
@@ -23,20 +22,9 @@ struct ServeOptions {
     }
 };
 
-void serve_capture(const CaptureFiles &files) {
-    LoadedCapture loaded = load_capture(files);
-    const size_t records = loaded.capture.records.size();
-    if (records > ipmi_access::max_walk_records) {
-        throw Refusal(files.sel + ": " + std::to_string(records) + " records, but the start-up walk takes " +
-                      std::to_string(ipmi_access::max_walk_records));
-    }
-    std::ranges::for_each(loaded.warnings, warn);
-    ipmi_access::serve(std::move(loaded.capture));
-}
-
 int serve(const ServeOptions &chosen) {
     const StopSignals stop_signals;
-    serve_capture(chosen.capture.files);
+    serve_capture(chosen.capture.files, chosen.engine.log, std::nullopt);
     const std::unique_ptr<View> view = make_view(chosen.view);
     LiveSession live(chosen.engine, {.socket = chosen.socket_path(), .create_fifo = chosen.fifo_create}, *view);
     fprintf(stderr, "ready: socket %s, FIFO %s\n", chosen.socket_path().c_str(), live.fifo_path().c_str());

@@ -85,7 +85,7 @@ bool cleared_by_another_event(const Change &change);
 
 struct Totals {
     size_t records = 0;
-    size_t processed = 0; // dispatched; what became of them is in the next two and in the faults
+    size_t processed = 0; // dispatched: a change of a fault, nothing_to_clear or not_stored
     size_t ignored = 0;
     std::array<size_t, reasons> refused{};
     size_t refused_serious = 0;
@@ -112,7 +112,7 @@ public:
     virtual void record_done() {} // not for one that a stop has left out
 };
 
-// What is left when all is over. The warnings are those of the capture.
+// What is left when all is over.
 struct Ending {
     std::vector<Fault> active; // newest first
     Totals totals;

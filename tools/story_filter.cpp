@@ -36,7 +36,8 @@ std::pair<uint8_t, int32_t> parse_entity(const std::string &text) {
 }
 
 bool is_number(const std::string &text, uint32_t number) {
-    return text.starts_with("0x") && strtoul(text.c_str(), nullptr, 16) == number;
+    char *end = nullptr;
+    return text.size() > 2 && text.starts_with("0x") && strtoul(text.c_str(), &end, 16) == number && *end == '\0';
 }
 
 bool is_sensor(const std::string &wanted, const std::string &name, uint32_t number) {
@@ -49,8 +50,9 @@ uint32_t parse_time(const std::string &name, const std::string &text) {
     for (const char *format : {"%Y-%m-%dT%H:%M:%SZ", "%Y-%m-%d %H:%M:%S", "%Y-%m-%d %H:%M", "%Y-%m-%d"}) {
         tm date{};
         const char *end = strptime(text.c_str(), format, &date);
-        if (end != nullptr && *end == '\0') {
-            return static_cast<uint32_t>(timegm(&date));
+        const time_t time = end != nullptr && *end == '\0' ? timegm(&date) : -1;
+        if (time >= 0 && time < UINT32_MAX) {
+            return static_cast<uint32_t>(time);
         }
     }
     throw Refusal(name + ": '" + text + "' is no time; write 2024-06-01 or \"2024-06-01 10:00:00\" (UTC)");
@@ -77,8 +79,7 @@ bool Filter::passes(const Change &change) const {
 
 bool Filter::passes(const Refused &refused) const {
     const std::optional<uint32_t> time = refused.record.time;
-    return !entity && !code &&
-           (sensor.empty() || is_sensor(sensor, sensor_label(refused.record), refused.record.sensor_number)) &&
+    return !entity && !code && is_sensor(sensor, sensor_label(refused.record), refused.record.sensor_number) &&
            (!since || (time && *time >= *since)) && (!until || (time && *time <= *until));
 }
 

@@ -175,7 +175,7 @@ std::string JsonLines::refused(const Refused &refused) {
     return line + ',' + members(rest) + '}';
 }
 
-std::string JsonLines::summary(const Ending &ending) {
+std::string JsonLines::summary(const Ending &ending, const RequestsSeen *requests) {
     const Totals &totals = ending.totals;
     Json reasons_json = Json::object();
     for (size_t i = 0; i < reasons; ++i) {
@@ -190,24 +190,30 @@ std::string JsonLines::summary(const Ending &ending) {
             worst = &*found;
         }
     }
-    const Json rest = {{"records", totals.records},
-                       {"processed", totals.processed},
-                       {"ignored", totals.ignored},
-                       {"refused", totals.refused_in_all()},
-                       {"refused_by_reason", reasons_json},
-                       {"refused_serious", totals.refused_serious},
-                       {"nothing_to_clear", totals.nothing_to_clear},
-                       {"not_stored", totals.not_stored},
-                       {"left_out", totals.left_out},
-                       {"requests", totals.requests},
-                       {"created", totals.created},
-                       {"repeated", totals.repeated},
-                       {"cleared", totals.cleared},
-                       {"recovered", totals.recovered},
-                       {"evicted", totals.evicted},
-                       {"active", ending.active.size()},
-                       {"by_severity", by_severity},
-                       {"worst", worst != nullptr ? Json(one_line(*worst)) : Json(nullptr)}};
+    Json rest = {{"records", totals.records},
+                 {"processed", totals.processed},
+                 {"ignored", totals.ignored},
+                 {"refused", totals.refused_in_all()},
+                 {"refused_by_reason", reasons_json},
+                 {"refused_serious", totals.refused_serious},
+                 {"nothing_to_clear", totals.nothing_to_clear},
+                 {"not_stored", totals.not_stored},
+                 {"left_out", totals.left_out},
+                 {"requests", totals.requests},
+                 {"created", totals.created},
+                 {"repeated", totals.repeated},
+                 {"cleared", totals.cleared},
+                 {"recovered", totals.recovered},
+                 {"evicted", totals.evicted},
+                 {"active", ending.active.size()},
+                 {"by_severity", by_severity},
+                 {"worst", worst != nullptr ? Json(one_line(*worst)) : Json(nullptr)}};
+    if (requests != nullptr) {
+        rest.update(Json{{"requests_processed", totals.requests_processed},
+                         {"requests_dropped", requests->counts.wrong_size},
+                         {"requests_left", requests->not_taken()},
+                         {"records_left", requests->records_left}});
+    }
     return head("summary") + ',' + members(rest) + '}';
 }
 

@@ -5,6 +5,7 @@
 #include <unordered_map>
 
 #include "tools/story.h"
+#include "tools/view.h"
 
 namespace story {
 
@@ -17,7 +18,7 @@ public:
     std::string change(const Change &change);
     std::string fault(const Fault &fault); // an active one
     std::string refused(const Refused &refused);
-    std::string summary(const Ending &ending);
+    std::string summary(const Ending &ending, const RequestsSeen *requests); // null: nothing was counted
 
 private:
     std::string head(const char *type) const;

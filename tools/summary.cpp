@@ -6,6 +6,7 @@
 #include <array>
 #include <deque>
 
+#include "tools/csv.h"
 #include "tools/fectl.h"
 #include "tools/progress.h"
 #include "tools/text_table.h"
@@ -92,8 +93,8 @@ private:
         if (format_ == "text") {
             table_.print(stdout, cells, cells.size(), "");
         }
-        for (size_t i = 0; format_ == "csv" && i < cells.size(); ++i) {
-            printf("%s\"%s\"%s", i == 0 ? "" : ",", cells[i].c_str(), i + 1 == cells.size() ? "\n" : "");
+        if (format_ == "csv") {
+            puts(csv_line(cells).c_str());
         }
     }
 

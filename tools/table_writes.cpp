@@ -3,9 +3,9 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstring>
 #include <mutex>
 
@@ -19,6 +19,14 @@ std::string path_of(int fd) {
     const std::string link = "/proc/self/fd/" + std::to_string(fd);
     const ssize_t length = readlink(link.c_str(), path, sizeof path);
     return {path, length > 0 ? static_cast<size_t>(length) : 0};
+}
+
+// The count file is the first that a change writes, and nothing else of the engine's is as long.
+void forget_failure_before(int fd, size_t size) {
+    const std::lock_guard lock(failure_lock);
+    if (!failure.empty() && size == sizeof(uint32_t) && path_of(fd).ends_with("/fe_table.sz")) {
+        failure.clear();
+    }
 }
 
 void note_failure(int fd, const char *reason) {
@@ -39,6 +47,7 @@ std::string table_write_failure() {
 
 extern "C" ssize_t write(int fd, const void *bytes, size_t size) {
     static const auto libc_function = reinterpret_cast<decltype(&write)>(dlsym(RTLD_NEXT, "write"));
+    forget_failure_before(fd, size);
     const ssize_t written = libc_function(fd, bytes, size);
     if (written >= 0 && static_cast<size_t>(written) == size) {
         return written;

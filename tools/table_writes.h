@@ -3,5 +3,6 @@
 
 #include <string>
 
-// The first table file that could not be written whole and why, or an empty text. After the engine has stopped.
+// The table file that could not be written whole at the last change of the table, and why; empty when both were. After the
+// engine has stopped.
 std::string table_write_failure();

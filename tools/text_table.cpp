@@ -28,14 +28,14 @@ std::string shortened(const std::string &text, size_t width) {
     }
     const size_t tail = width * 2 / 3;
     size_t head_end = 0;
-    for (size_t seen = 0; seen < width - tail; ++head_end) {
-        seen += !continues(text[head_end + 1]);
+    for (size_t seen = 0; seen + 1 < width - tail; seen += !continues(text[head_end])) {
+        ++head_end;
     }
     size_t tail_start = text.size();
     for (size_t seen = 0; seen < tail; seen += !continues(text[tail_start])) {
         --tail_start;
     }
-    return text.substr(0, head_end - 1) + '~' + text.substr(tail_start);
+    return text.substr(0, head_end) + '~' + text.substr(tail_start);
 }
 
 std::string padded(const std::string &text, const Column &column) {

@@ -27,8 +27,8 @@ void print_requests(const story::Totals &totals, const RequestsSeen &requests) {
     if (requests.counts.wrong_size != 0) {
         printf("           %6zu dropped: not 52 bytes\n", requests.counts.wrong_size);
     }
-    if (const size_t left = requests.left + requests.counts.not_taken; left != 0) {
-        printf("           %6zu not taken before the stop\n", left);
+    if (requests.not_taken() != 0) {
+        printf("           %6zu not taken before the stop\n", requests.not_taken());
     }
 }
 
@@ -55,7 +55,8 @@ void print_recovered(const std::vector<story::Fault> &faults, size_t line_width)
 
 class TextView : public View {
 public:
-    explicit TextView(const ViewOptions &options) : options_(options), changes_(options.line_width()) {}
+    explicit TextView(const ViewOptions &options)
+        : options_(options), changes_(options.line_width()), refused_(options.refused == "all") {}
 
     void change(const story::Change &change) override {
         if (!options_.filter.passes(change)) {
@@ -69,7 +70,7 @@ public:
         }
     }
     void refused(const story::Refused &refused) override {
-        if (options_.filter.passes(refused)) {
+        if (options_.refused != "none" && options_.filter.passes(refused)) {
             refused_.add(refused);
         }
     }
@@ -80,9 +81,7 @@ public:
         }
         print_fault_list(stdout, options_.filter.select(ending.active), width);
         print_recovered(recovered_, width);
-        if (options_.refused != "none") {
-            refused_.print(options_.refused == "all", width);
-        }
+        refused_.print(width);
         print_records(ending.totals);
         if (requests != nullptr) {
             print_records_left(requests->records_left);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <span>
+#include <utility>
 
 #include "platform/ipmi_access/capture_file.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
@@ -60,7 +61,10 @@ Bytes gunzip(Bytes packed, const std::string &path) {
     return collect(path, [&](uint8_t *block, size_t size) {
         stream.next_out = block;
         stream.avail_out = static_cast<uInt>(size);
-        while (!ended && stream.avail_out == size) {
+        while (stream.avail_out == size && !(ended && stream.avail_in == 0)) {
+            if (std::exchange(ended, false)) {
+                inflateReset(&stream); // files may be packed one behind the other
+            }
             const int result = inflate(&stream, Z_NO_FLUSH);
             ended = result == Z_STREAM_END;
             if (result != Z_OK && !ended) {
@@ -76,7 +80,7 @@ Bytes gunzip(Bytes packed, const std::string &path) {
 Bytes unxz(const Bytes &packed, const std::string &path) {
     lzma_stream stream = LZMA_STREAM_INIT;
     constexpr uint64_t most_memory = uint64_t{128} << 20;
-    if (lzma_stream_decoder(&stream, most_memory, 0) != LZMA_OK) {
+    if (lzma_stream_decoder(&stream, most_memory, LZMA_CONCATENATED) != LZMA_OK) {
         fail(path, "no memory to unpack it");
     }
     const struct End {

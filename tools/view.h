@@ -15,9 +15,11 @@ class App;
 }
 
 struct RequestsSeen {
-    fe_core::RequestCounts counts;
-    size_t left;         // in the socket when the engine stopped
-    size_t records_left; // in the FIFO
+    fe_core::RequestCounts counts{};
+    size_t left = 0;         // in the socket when the engine stopped
+    size_t records_left = 0; // in the FIFO
+
+    size_t not_taken() const { return left + counts.not_taken; }
 };
 
 struct ViewOptions {

@@ -1,5 +1,6 @@
 // What the host program tells the core library's stand-in. Everything here is set before the engine starts and stays;
-// only end_pauses(), stop() and request_counts() may be called while its threads run.
+// only end_pauses(), stop() and request_counts(), and by an interface place_request() and await_taken(), may be called while
+// its threads run.
 #pragma once
 
 #include <chrono>
@@ -28,10 +29,6 @@ extern Hooks hooks;
 // Where log lines go; null (the start value): nowhere, and no line is formatted.
 void log_to(FILE *stream);
 
-// Called with the bare format of every log line, in the thread that logs it; null: nobody. A format is constant text,
-// so it tells what the engine is doing without being formatted.
-void observe_log(void (*observer)(const char *format));
-
 // How long a pause of the engine may be; longer ones are cut to it.
 void limit_pauses(std::chrono::milliseconds longest);
 
@@ -48,6 +45,7 @@ struct RequestCounts {
     size_t taken;      // by the engine
     size_t not_taken;  // 1 if the engine stopped of itself with a request in the read buffer
     size_t wrong_size; // datagrams that were dropped
+    bool failed;       // the socket did, which was said and ended fe_init_interface()
 };
 RequestCounts request_counts();
 

@@ -9,13 +9,9 @@ namespace fe_core {
 namespace {
 
 FILE *log_stream = nullptr;
-void (*log_observer)(const char *format) = nullptr;
 std::chrono::milliseconds longest_pause{0};
 
 __attribute__((format(printf, 1, 0))) void log(const char *format, va_list arguments) {
-    if (log_observer != nullptr) {
-        log_observer(format);
-    }
     if (log_stream != nullptr) {
         vfprintf(log_stream, format, arguments);
     }
@@ -31,11 +27,6 @@ void pause(int32_t seconds, int32_t nanoseconds) {
 
 void log_to(FILE *stream) {
     log_stream = stream;
-    hooks.log = log;
-}
-
-void observe_log(void (*observer)(const char *format)) {
-    log_observer = observer;
     hooks.log = log;
 }
 

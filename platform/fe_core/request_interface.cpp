@@ -18,6 +18,7 @@ int request_socket = -1;
 std::atomic<size_t> taken;
 std::atomic<size_t> not_taken;
 std::atomic<size_t> wrong_size;
+std::atomic<bool> failed;
 
 enum class Received { request, nothing, failure };
 
@@ -50,6 +51,7 @@ void run_interface(fe_read_buf_struct *read_buffer) {
     while (engine_stop.await(-1, request_socket) != Woken::by_event && fe_flag(&fe_not_running) == 0) {
         const Received received = receive(request);
         if (received == Received::failure) {
+            failed = true;
             return;
         }
         if (received == Received::nothing) {
@@ -98,7 +100,7 @@ void take_requests_from(int socket) {
 }
 
 RequestCounts request_counts() {
-    return {taken, not_taken, wrong_size};
+    return {taken, not_taken, wrong_size, failed};
 }
 
 } // namespace fe_core

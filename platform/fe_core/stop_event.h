@@ -7,7 +7,7 @@ enum class Woken { by_event, by_input, by_time };
 
 class StopEvent {
 public:
-    void arm();        // takes an event of before back; throws std::system_error
+    void arm();        // forgets that it was given; throws std::system_error
     void give() const; // async-signal-safe
 
     // Waits for the event, or until `input` can be read (or fails), or the time is over; -1: no input, no such time. The

@@ -29,6 +29,9 @@ Readings parse_readings(std::string_view text, const std::string &path);
 Readings parse_sensor_list(const std::string &text, const std::string &path, const Sensors &sensors,
                            Warnings &warnings);
 
+// The name by which such a line may call a sensor: without blanks at its ends, and without the bars between columns.
+std::string listed_name(const Sensor &sensor);
+
 // A sensor's states, however they were learned: a bit for each event offset, or for each threshold that is crossed.
 using States = uint16_t;
 

@@ -167,8 +167,8 @@ std::string fault_of(const Record &record, const Layout *layout) {
     if (layout == nullptr || record.body.size() > layout->name) {
         return "";
     }
-    return "a sensor's record of type " + std::to_string(record.type) + " is longer than " +
-           std::to_string(record.body.size()) + " bytes";
+    return std::to_string(record.body.size()) + " bytes are too few for a sensor's record of type " +
+           std::to_string(record.type);
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 // Present states of sensors, as other programs print them.
 #include <algorithm>
-#include <bit>
 #include <cstdlib>
 #include <map>
 #include <optional>
@@ -15,17 +14,22 @@ namespace {
 
 // The stale rules find a discrete sensor's offset 0 in bit 8; a power supply's own states from bit 0 on.
 constexpr unsigned first_state_bit = 8;
-// Of a power supply: presence alone is well, and so is no more than one state. Two bits stay a fault.
+// The stale rules take a power supply with no more than one state for recovered. Only presence alone is well, so all else
+// is told as two states.
 constexpr uint32_t present = 0x01, present_and_failed = 0x03;
 constexpr States crossed = 0x3F; // a threshold, whichever
+
+std::string trimmed(const std::string &text) {
+    const size_t first = text.find_first_not_of(" \t\r");
+    const size_t last = text.find_last_not_of(" \t\r");
+    return first == text.npos ? "" : text.substr(first, last - first + 1);
+}
 
 std::vector<std::string> columns_of(const std::string &line) {
     std::vector<std::string> columns;
     std::istringstream rest(line);
     for (std::string column; std::getline(rest, column, '|');) {
-        const size_t first = column.find_first_not_of(" \t\r");
-        const size_t last = column.find_last_not_of(" \t\r");
-        columns.push_back(first == column.npos ? "" : column.substr(first, last - first + 1));
+        columns.push_back(trimmed(column));
     }
     return columns;
 }
@@ -93,7 +97,7 @@ public:
     explicit SensorsByName(const Sensors &sensors) {
         for (const auto &sensor : sensors) {
             if (sensor) {
-                names_[sensor->label].push_back(&*sensor);
+                names_[listed_name(*sensor)].push_back(&*sensor);
             }
         }
     }
@@ -113,6 +117,12 @@ private:
 };
 
 } // namespace
+
+std::string listed_name(const Sensor &sensor) {
+    std::string name = trimmed(sensor.label);
+    std::ranges::replace(name, '|', '/');
+    return name;
+}
 
 uint32_t state_word(const Sensor &sensor, States states) {
     const uint8_t type = sensor.event_type;

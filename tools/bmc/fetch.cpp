@@ -1,8 +1,6 @@
 // fectl fetch: a server's capture files, from its BMC.
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 
@@ -13,6 +11,7 @@
 #include "tools/fectl.h"
 #include "tools/progress.h"
 #include "tools/view.h"
+#include "tools/whole_file.h"
 
 namespace {
 
@@ -34,7 +33,8 @@ std::string sensor_line(const ipmi_access::Sensor &sensor, std::optional<States>
     if (states) {
         snprintf(event, sizeof event, "%04xh", *states);
     }
-    return std::to_string(sensor.number) + " | " + sensor.label + " | " + type + " | N/A | N/A | " + event + "\n";
+    return std::to_string(sensor.number) + " | " + ipmi_access::listed_name(sensor) + " | " + type + " | N/A | N/A | " +
+           event + "\n";
 }
 
 std::string read_sensors(BmcClient &client, const ipmi_access::Sensors &sensors) {
@@ -50,19 +50,6 @@ std::string read_sensors(BmcClient &client, const ipmi_access::Sensors &sensors)
     }
     progress.erase();
     return lines;
-}
-
-// Whoever looks for the file finds it whole.
-void write_file(const std::string &path, const std::string &content) {
-    const std::string beside = path + ".new";
-    FILE *file = fopen(beside.c_str(), "wbe");
-    const bool written = file != nullptr && fwrite(content.data(), 1, content.size(), file) == content.size();
-    const bool closed = file != nullptr && fclose(file) == 0;
-    if (!written || !closed || rename(beside.c_str(), path.c_str()) != 0) {
-        const int error = errno;
-        remove(beside.c_str());
-        throw Failure(path + ": cannot write: " + strerror(error));
-    }
 }
 
 std::string file_name(const FetchOptions &chosen) {
@@ -86,9 +73,9 @@ FetchedCapture bmc::fetch_capture(BmcClient &client, const std::string &sdr_name
 namespace {
 
 void write_capture(const std::string &files, const FetchedCapture &capture) {
-    write_file(files + ".sdr", capture.sdr);
-    write_file(files + ".sel", capture.sel);
-    write_file(files + ".sensors", capture.sensors);
+    write_whole_file(files + ".sdr", capture.sdr);
+    write_whole_file(files + ".sel", capture.sel);
+    write_whole_file(files + ".sensors", capture.sensors);
     std::ranges::for_each(capture.remarks, warn);
     std::ranges::for_each(capture.sdr_warnings, warn);
 }

@@ -30,7 +30,7 @@ public:
 
     const SelPlace &place() const { return start_.follower.place(); }
 
-    // Unless it is kept already. Records that the engine has not told yet are left out. Throws Refusal.
+    // Unless it is kept already. Records that the engine has not told yet are left out. Throws Failure.
     void keep_place();
 
 private:

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <optional>
 
 #include "tools/fectl.h"
 
@@ -47,14 +48,20 @@ public:
         [[maybe_unused]] const ssize_t written = write(fd_, text.data(), text.size());
     }
 
-    // Without its end of line; empty when a signal has come.
-    std::string read_line() const {
+    // Without its end of line; nothing when a signal has come. Throws Refusal when nothing more can be typed.
+    std::optional<std::string> read_line() const {
         pollfd ready[] = {{fd_, POLLIN, 0}, {signal_fd_, POLLIN, 0}};
         char line[256];
         while (poll(ready, 2, -1) < 0 && errno == EINTR) {
         }
-        const ssize_t length = ready[1].revents != 0 ? 0 : read(fd_, line, sizeof line);
-        std::string text(line, length > 0 ? static_cast<size_t>(length) : 0);
+        if (ready[1].revents != 0) {
+            return std::nullopt;
+        }
+        const ssize_t length = read(fd_, line, sizeof line);
+        if (length <= 0) {
+            throw Refusal("no password was typed");
+        }
+        std::string text(line, static_cast<size_t>(length));
         explicit_bzero(line, sizeof line);
         return text.substr(0, text.find('\n'));
     }
@@ -74,7 +81,9 @@ std::string password_in_file(const std::string &path) {
     if (!file) {
         throw Refusal(path + ": cannot open: " + strerror(errno));
     }
-    std::getline(file, line);
+    if (!std::getline(file, line)) {
+        throw Refusal(path + ": there is no line in it");
+    }
     return line.substr(0, line.find('\r'));
 }
 
@@ -90,11 +99,16 @@ std::string password_in_environment() {
 }
 
 std::string ask_for_password(const std::string &user_at_host) {
-    const SilentTerminal terminal;
-    terminal.print("Password of " + user_at_host + ": ");
-    std::string password = terminal.read_line();
-    terminal.print("\n");
-    return password;
+    for (;;) {
+        const SilentTerminal
+            terminal; // at its end a signal that has come does what it does, and fectl may go on after it
+        terminal.print("Password of " + user_at_host + ": ");
+        std::optional<std::string> password = terminal.read_line();
+        terminal.print("\n");
+        if (password) {
+            return *std::move(password);
+        }
+    }
 }
 
 } // namespace bmc

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "tools/fectl.h"
+#include "tools/whole_file.h"
 
 namespace bmc {
 namespace {
@@ -66,12 +67,6 @@ bool parse_place(std::istream &text, SelPlace &place) {
     return text.eof() && place.log.size() == records;
 }
 
-void write_whole(FILE *file, const std::string &text) {
-    if (fwrite(text.data(), 1, text.size(), file) != text.size() || fflush(file) != 0 || fsync(fileno(file)) != 0) {
-        throw Refusal(strerror(errno));
-    }
-}
-
 } // namespace
 
 std::optional<SelPlace> PlaceFile::read() const {
@@ -97,23 +92,7 @@ std::optional<SelPlace> PlaceFile::read() const {
 }
 
 void PlaceFile::write(const SelPlace &place) const {
-    const std::string beside = path_ + ".new";
-    FILE *file = fopen(beside.c_str(), "we");
-    try {
-        if (file == nullptr) {
-            throw Refusal(strerror(errno));
-        }
-        write_whole(file, format_place(place, host_));
-        if (fclose(std::exchange(file, nullptr)) != 0 || rename(beside.c_str(), path_.c_str()) != 0) {
-            throw Refusal(strerror(errno));
-        }
-    } catch (const Refusal &refusal) {
-        if (file != nullptr) {
-            fclose(file);
-        }
-        unlink(beside.c_str());
-        throw Refusal(path_ + ": cannot keep the place: " + refusal.what());
-    }
+    write_whole_file(path_, format_place(place, host_));
 }
 
 } // namespace bmc

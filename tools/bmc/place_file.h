@@ -16,7 +16,7 @@ public:
     // Nothing when there is no file yet. Throws Refusal for a file that is not such a place.
     std::optional<SelPlace> read() const;
 
-    // Writes a file beside it and renames it: what is there is always whole. Throws Refusal.
+    // What is there is always whole. Throws Failure.
     void write(const SelPlace &place) const;
 
 private:

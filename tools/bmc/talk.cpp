@@ -22,17 +22,19 @@ namespace {
 int talk(const BmcOptions &options, int code_when_stopped, const std::function<int(BmcClient &, StopThread &)> &work) {
     BmcClient client(resolve_access(options));
     const StopSignals signals;
-    int code = code_when_stopped;
-    try {
-        StopThread stop(signals, [&client] { client.call_off(); });
-        code = work(client, stop);
-    } catch (const CalledOff &) {
-    } catch (const BmcError &error) {
-        fail(options.access.host, error);
-    }
+    const int code = run_and_report([&] {
+        try {
+            StopThread stop(signals, [&client] { client.call_off(); });
+            return work(client, stop);
+        } catch (const CalledOff &) {
+            return code_when_stopped;
+        } catch (const BmcError &error) {
+            fail(options.access.host, error);
+        }
+    });
     if (!client.leave()) {
-        fflush(stdout);
-        _exit(code);
+        const bool printed = fflush(stdout) == 0 && ferror(stdout) == 0;
+        _exit(printed ? code : exit_failed);
     }
     return code;
 }

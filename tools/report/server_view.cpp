@@ -34,6 +34,9 @@ data with_severity(data &&view, Severity severity) {
 
 std::string span_text(const ServerLog &log) {
     const std::vector<Era> &eras = log.clock.eras;
+    if (!log.summary.contains("records")) { // a published table has no log
+        return "";
+    }
     if (eras.empty()) {
         return log.summary.value("records", 0) == 0 ? "The log is empty." : "No record has a time.";
     }

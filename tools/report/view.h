@@ -3,7 +3,6 @@
 
 #include <initializer_list>
 #include <kainjow/mustache.hpp>
-#include <string>
 #include <utility>
 
 #include "tools/report/server_log.h"
