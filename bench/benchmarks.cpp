@@ -43,13 +43,10 @@ struct Event {
     fe_read_buf request;
 };
 
-enum { sensor_number = 11, event_dir_type = 12, event_data = 13 }; // in the SEL record
+std::vector<Event> server_log, repeats; // all; those that make a fault
 
-std::vector<Event> server_log;
-std::vector<Event> repeats; // those that make a fault
-
-// What the entity filter made of the first of them. It makes that of all, with the request's identity: nothing is
-// formatted or searched in what is measured. All sensors read as faulty.
+// What the entity filter made of the last of them, as the table holds it. It makes that of all, with the request's identity:
+// nothing is formatted or searched in what is measured. All sensors read as faulty.
 fe_write_buf sample;
 
 void answer_from_memory(const fe_write_buf &answer) {
@@ -84,7 +81,7 @@ void load_server() {
     for (size_t i = 0; i < records; ++i) {
         Event event = {reinterpret_cast<const uint8_t *>(&ipmi_access::served().records[i]), {}, {}};
         uint32_t type = 0;
-        IPMI_SensorGetSensorData(event.sel[sensor_number], &type, &event.sensor);
+        IPMI_SensorGetSensorData(event.sel[offsetof(sel_record, sensor_number)], &type, &event.sensor);
         empty_table();
         process_sel_data(event.sel);
         if (fe_fault_count == 1) {
@@ -128,9 +125,8 @@ Node **find(Node **link, Condition holds) {
 
 fe_table_entry *find_entry() {
     auto *entity = *find(&entity_id_list_head_ptr, [](auto &at) { return at.entity_id == record.entity_id; });
-    auto *instance =
-        *find(&entity->instance_list, [](auto &at) { return at.entity_instance == record.entity_instance; });
-    return (*find(&instance->fault_list, [](auto &at) { return at.fault_code == record.vemoFaultCode; }))->entry;
+    auto *slot = *find(&entity->instance_list, [](auto &at) { return at.entity_instance == record.entity_instance; });
+    return (*find(&slot->fault_list, [](auto &at) { return at.fault_code == record.vemoFaultCode; }))->entry;
 }
 
 // ---- one change of the table with its files written, against the same system calls on the same bytes
@@ -160,8 +156,8 @@ void change(State &state, uint32_t count, const std::string &folder) {
         update_table();
     };
     compare(state, 1, change_one, write_pair);
-    const auto size = std::filesystem::file_size(folder + "/fe_table.entry");
-    check(state, write_pair() && size == count * sizeof record, "the files were not written");
+    const auto path = folder + "/fe_table.entry";
+    check(state, write_pair() && std::filesystem::file_size(path) == count * sizeof record, "no files were written");
 }
 
 // ---- one update of a full table without files, as during the start-up walk, against the bare walk to the fault, to its
@@ -211,7 +207,8 @@ void classify(State &state) {
     };
     const auto look_up_all = [&] {
         for (auto &[sel, sensor, request] : repeats) {
-            const unsigned type = sel[event_dir_type], offset = sel[event_data] & 0x0FU;
+            const unsigned type = sel[offsetof(sel_record, event_dir_type)];
+            const unsigned offset = sel[offsetof(sel_record, event_data)] & 0x0FU;
             fe_logger("%x %x %u %x %u\n", sensor.entity_id, type & 0x7F, type >> 7, offset, sensor.sensor_type);
             request.vemoFaultSeverity = answers[type << 4 | offset];
             fe_logger("%d %d %d\n", request.vemoFaultSeverity, request.fe_fault_num, 0);

@@ -1,6 +1,5 @@
 // SEL records on both roads, the start-up walk and the clean-up passes, between neighbours that answer from the input.
 #include "fuzz/target.h"
-#include "platform/ipmi_access/ipmi_access.h"
 #include "support/table_steps.h"
 
 namespace {
@@ -30,10 +29,9 @@ int32_t filter(fe_read_buf &request, fe_write_buf_struct &wbuf) {
     return input->of({0, 0, 2, -1});
 }
 
-int32_t decode(uint8_t *bytes, uint32_t *decoded) {
-    auto &area = *static_cast<sel_decode_area *>(static_cast<void *>(bytes));
+int32_t decode(sel_decode_area &area) {
     std::generate_n(area.entries, input->below(4), number<sel_list_entry>);
-    *decoded = number<uint32_t>();
+    area.decoded_last = number<uint32_t>();
     area.next_record_id = number<uint16_t>();
     return input->of({0, 0, 0, -1});
 }
@@ -42,7 +40,7 @@ void change_the_world() {
     sel_init_complete = input->of({0, 1});
     const uint8_t sensor_number = input->byte();
     const auto word = [wide = input->one_in(4)] { return wide ? number<uint32_t>() : input->byte(); };
-    world().sensors[sensor_number] = sensor(word(), word(), word(), word(), word());
+    world().sensors[sensor_number] = sensor_data_record{{}, word(), word(), word(), word(), word(), {}};
     world().readings[sensor_number] = number<uint16_t>();
     std::fill(std::begin(fe_sdr_instance_array), std::end(fe_sdr_instance_array), input->of({0, 1}));
     world().event_text = text(sizeof sel_text_rec::event);
@@ -50,6 +48,7 @@ void change_the_world() {
     world().time_stamp = text(32);
     world().time_stamp_length = number<uint16_t>();
     world().text_result = input->of({0, 0, 0, -1});
+    world().sel.resize(number<uint16_t>() % 1100);
 }
 
 void step() {
@@ -58,7 +57,7 @@ void step() {
     case 1: cleanup_duplicate_events(); break;
     case 2: cleanup_deasserted_events(); break;
     case 3: process_super_sel_data(reinterpret_cast<const uint8_t *>(input->bytes(24).append(24, '\1').data())); break;
-    case 4: world().sel.resize(number<uint16_t>() % 1100), populate_all_sel_events(); break;
+    case 4: populate_all_sel_events(); break;
     default: process_sel_data(reinterpret_cast<const uint8_t *>(input->bytes(16).append(16, '\2').data()));
     }
 }
@@ -73,14 +72,15 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     WriteBuffer buffer;
     world().dispatch = filter;
     world().decode = decode;
-    const Mirror mirror(sandbox);
+    Mirror mirror(sandbox);
     while (!choices.at_end()) {
         step();
-        static const fe_write_buf zero{};
         require(is_free(fe_table_mutex) && is_free(buffer.block.fe_write_buf_mutex), "all is unlocked");
-        require(buffer.record == zero && broken_invariant().empty(), "the record is zero and the table is sound");
+        require(buffer.record == fe_write_buf{} && broken_invariant().empty(),
+                "the record is zero and the table is sound");
         world().log.clear();
     }
+    mirror.compare();
     reset_world();
     return 0;
 }

@@ -26,9 +26,9 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const std::string count_file = input.bytes(input.byte() % 8);
     uint32_t count = 0;
     memcpy(&count, count_file.data(), std::min(count_file.size(), sizeof count));
-    const size_t counted = (count <= FE_TABLE_MAX_FAULTS + 1 ? count : 1) * sizeof(fe_write_buf),
-                 length = counted + input.byte();
-    std::string entry_file(length - std::min<size_t>(length, input.byte()), static_cast<char>(input.byte()));
+    size_t length = (count <= FE_TABLE_MAX_FAULTS + 1 ? count : 1) * sizeof(fe_write_buf) + input.byte();
+    length -= std::min<size_t>(length, input.byte());
+    std::string entry_file(length, static_cast<char>(input.byte()));
     const std::string start = input.bytes(entry_file.size());
     entry_file.replace(0, start.size(), start);
     std::ofstream(sandbox.path("fe_table.sz"), std::ios::binary) << count_file;

@@ -19,7 +19,7 @@ constexpr unsigned first_state_bit = 8;
 constexpr uint32_t present = 0x01, present_and_failed = 0x03;
 constexpr States crossed = 0x3F; // a threshold, whichever
 
-std::string trimmed(const std::string &text) {
+std::string without_blanks(const std::string &text) {
     const size_t first = text.find_first_not_of(" \t\r");
     const size_t last = text.find_last_not_of(" \t\r");
     return first == text.npos ? "" : text.substr(first, last - first + 1);
@@ -29,7 +29,7 @@ std::vector<std::string> columns_of(const std::string &line) {
     std::vector<std::string> columns;
     std::istringstream rest(line);
     for (std::string column; std::getline(rest, column, '|');) {
-        columns.push_back(trimmed(column));
+        columns.push_back(without_blanks(column));
     }
     return columns;
 }
@@ -119,7 +119,7 @@ private:
 } // namespace
 
 std::string listed_name(const Sensor &sensor) {
-    std::string name = trimmed(sensor.label);
+    std::string name = without_blanks(sensor.label);
     std::ranges::replace(name, '|', '/');
     return name;
 }

@@ -60,7 +60,7 @@ TEST(Catalogue, NamesCodesAndCausesAndRelatesCodes) {
         return found != names.end() ? found->second : "Unknown";
     };
     for (uint32_t i = 0; i <= 70000; ++i) {
-        for (const uint32_t code : {i, 0 - i - 1, i ^ 0x80000000}) {
+        for (const uint32_t code : {i, ~i, i ^ 0x80000000}) {
             ASSERT_EQ(get_fault_code_string(code), name(known["code"], code));
             ASSERT_EQ(get_probable_cause_string(code), name(known["cause"], code));
             const std::string related = related_to(code);

@@ -70,8 +70,8 @@ int expect_fault_num(fe_read_buf *request, const sensor_data_record *sensor, con
     static const std::vector<int> memory = {8, 25, 32};
     const int id = request->entity_id, instance = request->entity_instance, offset = sel[13] & 0x0F;
     const int type = sel[12] & 0x7F, mem_type = holds(memory, id) ? type : 0,
-              word = static_cast<uint8_t>(sensor->entity_id);
-    const int entity = mem_type == 0 ? id : holds(memory, word) ? word : 256;
+              low_byte = static_cast<uint8_t>(sensor->entity_id);
+    const int entity = mem_type == 0 ? id : holds(memory, low_byte) ? low_byte : 256;
     int number = look_up(table, type, entity, sel[10], offset);
     if ((mem_type == 0x6F || mem_type == 0x7F) && number != refused) {
         request->vemoFaultSeverity = mem_type == 0x6F ? 1 : offset == 9 || offset == 10 ? 3 : 0;

@@ -27,12 +27,12 @@ class Stop : public LiveEngine {
 protected:
     Stop() { arrange(); }
     static void arrange() {
-        world().sensors[0x30] = sensor(0x30, 3, 1, 0x01, 0x01);
+        world().sensors[road_sensor] = sensor(road_sensor, 3, 1, 0x01, 0x01);
         world().event_text = "P1_THERM: going high";
     }
 
     // Whoever waits tests what he waits for with the mutex held: a wake-up without it may come in between. A SEL road, which
-    // is this thread's, wakes the owner of the write buffer up when it leaves that, and has unlocked it by then.
+    // is this thread's, wakes the owner of the write buffer up when it leaves the buffer, after it has unlocked its mutex.
     void expect_wake_ups_with_mutex() {
         on_wake_up = [this, road = pthread_self()](const void *cond) {
             const std::array buffers = {&rbuf->fe_read_buf_cond, &rbuf->fe_read_wait_cond};
@@ -40,12 +40,12 @@ protected:
             EXPECT_FALSE(leaves && !is_free(fe_write_buf_struct_ptr->fe_write_buf_mutex));
             EXPECT_FALSE(cond == &rbuf->fe_read_buf_cond && is_free(rbuf->fe_read_buf_mutex));
             EXPECT_FALSE(cond == &rbuf->fe_read_wait_cond && is_free(rbuf->fe_read_wait_mutex));
-            releases += cond == write_cond ? 1 : 0;
+            write_wake_ups += cond == write_cond ? 1 : 0;
         };
     }
 
     std::atomic<const void *> write_cond; // null when there is no write buffer
-    std::atomic<int> releases = 0;        // of those who wait for it
+    std::atomic<int> write_wake_ups = 0;  // of those who wait for it
 };
 
 TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
@@ -58,23 +58,23 @@ TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
         const char *what;
         int requests;                    // placed inside the interface, which then returns
         std::function<bool()> until;     // once this holds
-        std::function<void()> meanwhile; // in another thread
+        std::function<void()> meanwhile; // in the test's thread
         bool dispatch_sees_stop;
         int dispatched, left_in_read_buffer;
         int failing_allocation = 0; // of the fault processor
     } moments[] = {
         {"before a request", 0, at_once, nothing, false, 0, 0},
         {"without a fault processor", 0, at_once, nothing, false, 0, 0, 1},
-        {"after a pass", 1, [] { return has_logged("Exited the process"); }, nothing, false, 1, 0},
-        {"in a pass", 1, dispatching, nothing, true, 1, 0},
-        {"in a pass, while the producer waits until its next request is taken", 2,
-         [&] { return await_taken(*rbuf), true; },
+        {"after a request", 1, [] { return has_logged("Exited the process"); }, nothing, false, 1, 0},
+        {"in a request", 1, dispatching, nothing, true, 1, 0},
+        {"in a request, while the producer waits until its next request is taken", 2,
+         [&] { return await_taken(*rbuf) || true; },
          [&] {
              await([&] { return dispatching() && fe_flag(&fe_read_complete) != 0; });
              order_stop(*rbuf);
          },
          true, 1, 1},
-        {"in a pass, while a SEL road past its test for a write buffer waits for the mutex", 1,
+        {"in a request, while a SEL road past its test for a write buffer waits for the mutex", 1,
          [] { return has_logged("Fault Severity: "); },
          [&] {
              await(dispatching);
@@ -106,8 +106,10 @@ TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
         };
         world().dispatch = [&](fe_read_buf &request, fe_write_buf_struct &block) {
             ++dispatched;
-            moment.dispatch_sees_stop ? await_stop() : void();
-            for (int i = 0; i < 1000; ++i) {
+            if (moment.dispatch_sees_stop) {
+                await_stop();
+            }
+            for (int i = 0; i < 1000; ++i) { // time for those who would not wait
                 std::this_thread::yield();
             }
             EXPECT_TRUE(take_destroyed().empty());
@@ -128,7 +130,7 @@ TEST_F(Stop, WaitsForEveryUseOfTheBuffersAndThenDestroysThemInOrder) {
         moment.meanwhile();
         join_both();
         on_wake_up = nullptr;
-        EXPECT_EQ(releases.exchange(0), moment.failing_allocation == 0 ? 1 : 0);
+        EXPECT_EQ(write_wake_ups.exchange(0), moment.failing_allocation == 0 ? 1 : 0);
         EXPECT_EQ(take_destroyed(), expected);
         EXPECT_EQ(dispatched, moment.dispatched);
         EXPECT_EQ(fe_fault_count, static_cast<uint32_t>(moment.dispatched));

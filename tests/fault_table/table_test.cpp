@@ -1,4 +1,5 @@
-// Of the fault table what the model leaves open: every stale rule and the calls on the files.
+// Of the fault table what random steps seldom meet: every stale rule, the calls on the files, faults that change while
+// their sensor is read.
 #include "support/engine_test.h"
 
 #include <numeric>

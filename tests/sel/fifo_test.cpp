@@ -92,7 +92,8 @@ protected:
             FD_ZERO(exceptional);
         }
         *timeout = {0, 0}; // the time that is left
-        ScriptedWait::current->errno_of_fstat = error == EINTR || error == EAGAIN ? EBADF : EINTR;
+        ScriptedWait::current->errno_of_fstat =
+            error == EINTR || error == EAGAIN ? EBADF : EINTR; // shows who takes it for the wait's
         errno = error;
         return result;
     }
@@ -124,9 +125,9 @@ protected:
             std::istringstream parts(line);
             std::string first, second;
             parts >> first >> second;
-            static const std::set<std::string> words = {"open",      "close",           "wait", "stop", "duplicates",
-                                                        "pause=5.0", "duplicates=early"};
-            if (first == "decode_sel_entry:" || (first == ">" && words.contains(second))) {
+            static const std::set<std::string> told = {"open",      "close",           "wait", "stop", "duplicates",
+                                                       "pause=5.0", "duplicates=early"};
+            if (first == "decode_sel_entry:" || (first == ">" && told.contains(second))) {
                 result += " " + second;
             }
         }
@@ -170,11 +171,12 @@ TEST_F(Fifo, IsOpenedUntilThatSucceedsWhateverTheStartUpSaid) {
 TEST_F(Fifo, IsNotReadThroughADescriptorPastTheSetsSize) {
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
+    ASSERT_GT(limit.rlim_max, rlim_t{FD_SETSIZE}) << "the machine allows too few descriptors to test this";
     limit.rlim_cur = limit.rlim_max;
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
     std::vector<int> taken;
     at_pause = [&](int number) {
-        for (int below = number == 1 ? FD_SETSIZE : 0; below > 0 && (taken.empty() || taken.back() < below - 1);) {
+        while (number == 1 && (taken.empty() || taken.back() < FD_SETSIZE - 1)) {
             taken.push_back(dup(STDERR_FILENO));
         }
         if (number == 2) {

@@ -114,7 +114,8 @@ protected:
     // The stories of "name=value ...", where a value may be several, as in "1,3-5".
     std::set<std::string> stories(const std::string &road, std::istream &&words, const Scenario &is = {}) {
         std::string name, text;
-        if (!std::getline(std::getline(words >> std::ws, name, '=') >> std::ws, text, ' ')) {
+        words >> std::ws;
+        if (!std::getline(words, name, '=') || !std::getline(words, text, ' ')) {
             run(road, is);
             return {story()};
         }
@@ -174,6 +175,7 @@ TEST_F(Road, LogsAsTold) {
 }
 
 TEST_F(Road, TextGivesTheNameAndTheEndOfTheSelfTest) {
+    const std::map<char, char> escapes = {{'t', '\t'}, {'n', '\n'}, {'v', '\v'}, {'f', '\f'}, {'r', '\r'}};
     std::istringstream lines(expected_text("sel/names.txt"));
     for (std::string line, name, roads, text; std::getline(lines, line);) {
         if (line.find('|') == std::string::npos) {
@@ -182,7 +184,7 @@ TEST_F(Road, TextGivesTheNameAndTheEndOfTheSelfTest) {
         std::istringstream fields(line);
         std::getline(std::getline(std::getline(fields, name, '|'), roads, '|'), text);
         for (size_t at = 0; (at = text.find('\\', at)) != std::string::npos;) {
-            text.replace(at, 2, 1, std::string("\t\n\v\f\r")[std::string("tnvfr").find(text[at + 1])]);
+            text.replace(at, 2, 1, escapes.at(text[at + 1]));
         }
         for (const std::string road : {"ordinary", "extended"}) {
             SCOPED_TRACE(line);
@@ -230,14 +232,12 @@ struct FirstEvents : testing::Environment {
     void SetUp() override {
         WriteBuffer buffer;
         for (const auto &[started, data_1] : {std::pair(0, 0x57), {1, 0x51}, {1, 0x57}, {1, 0x57}}) { // 0x51 is refused
-            reset_world();
-            world().keeps = World::all;
-            world().sensors[road_sensor] = sensor(road_sensor, 3, 1, 0x01, 0x01);
-            world().event_text = "P1_THERM: x";
+            SelRoad::arrange();
             world().dispatch = [](auto &, auto &) { return 1; };
             sel_init_complete = started;
             const Record record = event(0x01, 0x01, static_cast<uint8_t>(data_1));
-            process_extended(record), process(record);
+            process_extended(record);
+            process(record);
             stories += story() + ";";
         }
         reset_world();

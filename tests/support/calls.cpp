@@ -1,9 +1,10 @@
-// Every function here may be called by the dynamic loader or a sanitizer's runtime before either is initialised, so
-// those on that way are not instrumented and keep their state in plain zero-initialised memory.
+// The dynamic loader and a sanitizer's runtime may call these before they are initialised. What such a call comes through
+// is not instrumented and keeps its state in plain zero-initialised memory.
 #include "support/calls.h"
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -106,7 +107,9 @@ UNINSTRUMENTED void trace_call(const char *call, int descriptor, const char *wor
 int note_open(const char *path, int flags, mode_t mode) {
     trace([=] {
         char octal[16] = "";
-        (flags & O_CREAT) != 0 ? snprintf(octal, sizeof octal, " %04o", static_cast<unsigned>(mode)) : 0;
+        if ((flags & O_CREAT) != 0) {
+            snprintf(octal, sizeof octal, " %04o", static_cast<unsigned>(mode));
+        }
         return "open " + std::filesystem::path(path).filename().string() +
                ((flags & O_ACCMODE) == O_RDWR ? " RDWR" : " other") + (octal[0] != '\0' ? "|CREAT" : "") +
                ((flags & O_TRUNC) != 0 ? "|TRUNC" : "") + ((flags & O_NONBLOCK) != 0 ? "|NONBLOCK" : "") + octal;
@@ -130,7 +133,9 @@ void note_wake_up(const void *cond) {
 
 void note_syslog(int priority, const char *format) {
     const Disarmed disarmed;
-    on_syslog ? on_syslog(priority, format) : void();
+    if (on_syslog) {
+        on_syslog(priority, format);
+    }
 }
 
 void *run_body(void *body) {

@@ -1,8 +1,7 @@
 // System calls and the allocator of the process, stood in front of: the n-th call can be made to fail, and what was
-// called can be told. Calls pass through untouched unless armed.
+// called can be told. Calls pass through untouched unless armed, but for fsync() and syslog(), which do nothing.
 #pragma once
 
-#include <atomic>
 #include <functional>
 #include <string>
 #include <vector>
@@ -23,7 +22,7 @@ enum class Call {
     fstat,
     select,
     thread_create,
-    neighbour, // of whichever calls somebody asks is_to_fail() about
+    neighbour, // a function of platform/*.h, as world.cpp answers it
     count
 };
 
@@ -47,7 +46,7 @@ bool is_to_fail(Call call);
 // Calls, by all threads, that were made to fail since the start of the process.
 int failed_calls();
 
-// While it lives, tells the function of the calls on files of this thread: "open fe_table.entry RDWR|CREAT|TRUNC 0704",
+// While it lives, tells the function of this thread's calls on files: "open fe_table.entry RDWR|CREAT|TRUNC 0704",
 // "lockf fe_table.sz F_LOCK 0", "write fe_table.sz 4", "fsync fe_table.entry", "close fe_table.sz".
 struct CallTrace : OfThread<CallTrace> {
     explicit CallTrace(std::function<void(const std::string &call)> function) : seen(std::move(function)) {}
@@ -63,7 +62,7 @@ struct ScriptedWait : OfThread<ScriptedWait> {
     int errno_of_fstat = 0;
 };
 
-// While it lives, told of every condition that any thread broadcasts or signals, in that thread.
+// While set, told of every condition that any thread broadcasts or signals, in that thread.
 extern std::function<void(const void *cond)> on_wake_up;
 
 // The mutexes and conditions that were destroyed since it was last asked, by any thread, in order.

@@ -36,7 +36,7 @@ public:
         return values.begin()[below(static_cast<uint32_t>(values.size()))];
     }
 
-    std::string bytes(size_t count) {
+    std::string bytes(size_t count) { // fewer at the end of an input
         std::string taken;
         while (taken.size() < count && !at_end()) {
             taken += static_cast<char>(byte());

@@ -1,5 +1,5 @@
-// The fixtures of the tests: a folder for the engine's files and a fresh world; between them a write buffer and one event
-// of the SEL, or the engine's threads.
+// The fixtures of the tests. EngineTest has a folder for the engine's files and a fresh world, SelRoad also a write buffer
+// and one event of the SEL, LiveEngine also the engine's threads.
 #pragma once
 
 #include <algorithm>
@@ -32,7 +32,7 @@ protected:
 using Record = std::array<uint8_t, 16>;
 constexpr uint8_t road_sensor = 0x30;
 
-// The 16 bytes differ from each other, and the top bit of the time stamp is set.
+// All bytes but the sensor type and the event type differ from each other; the top bit of the time stamp is set.
 inline Record event(uint8_t sensor_type = 0x01, uint8_t dir_type = 0x01, uint8_t data_1 = 0x57,
                     uint8_t sensor_number = road_sensor) {
     return {0xA1, 0xB2, 0x02,        0x11,          0x22,     0x33,   0xF4, 0x65,
@@ -53,16 +53,17 @@ inline int32_t process_extended(const Record &r, int32_t number = 300) {
 // The event is a temperature going above its first threshold: that of a processor on the ordinary road (severity 4,
 // fault number 117), of a memory device on the extended one (1, 66).
 class SelRoad : public EngineTest {
-protected:
-    SelRoad() { arrange(); }
-    void TearDown() override { expect_idle(); }
-
+public:
     static void arrange() {
         reset_world();
         world().keeps = World::all;
         world().sensors[road_sensor] = sensor(road_sensor, 3, 1, 0x01, 0x01);
         world().event_text = "P1_THERM: Upper Non-critical - going high";
     }
+
+protected:
+    SelRoad() { arrange(); }
+    void TearDown() override { expect_idle(); }
 
     void expect_idle() {
         static const fe_write_buf zero{};

@@ -1,4 +1,4 @@
-// Faults in short, as the tests put them into the table past the roads, and what the table then holds.
+// Faults in short, as the tests put them into the table without a road, and what the table then holds.
 #pragma once
 
 #include <cstring>
@@ -20,6 +20,15 @@ inline bool operator==(const fe_write_buf &one, const fe_write_buf &other) {
 
 int32_t update(fe_write_buf &record);
 void put(const Fault &fault);
+
+// As they stand in a file, one behind the other.
+std::string bytes_of(const auto &records) {
+    std::string bytes;
+    for (const fe_write_buf &record : records) {
+        bytes.append(reinterpret_cast<const char *>(&record), sizeof record);
+    }
+    return bytes;
+}
 
 // The records of the chain, newest first.
 std::vector<fe_write_buf> chain();

@@ -31,10 +31,13 @@ struct Pass : OfThread<Pass> {
     Lines lines;
 };
 
+// The library's own. A call of it without a mirror leaves its counters unknown.
 template <auto *function>
 auto library_function(const char *name) {
     const Disarmed disarmed;
-    mirror == nullptr ? counts_are_known = false : false;
+    if (mirror == nullptr) {
+        counts_are_known = false;
+    }
     static const auto found = reinterpret_cast<decltype(function)>(dlsym(RTLD_NEXT, name));
     return found;
 }
@@ -53,7 +56,8 @@ void expect_lines(const Lines &logged, const Lines &said) {
     }
 }
 
-// Runs the library's change, and the model's at the first line of it, or behind it if it has none to log.
+// Runs the library's change, and the model's at the first line of it. With one thread, a change that logs none is followed
+// behind it.
 template <typename Library, typename Change>
 void run_mirrored(const Library &library, const Change &change) {
     std::optional<Disarmed> disarmed(std::in_place);
@@ -66,7 +70,9 @@ void run_mirrored(const Library &library, const Change &change) {
     disarmed.reset();
     library();
     disarmed.emplace();
-    in_hand.lines.empty() && mirrored_threads == Threads::one ? in_hand.at_first_line() : void();
+    if (in_hand.lines.empty() && mirrored_threads == Threads::one) {
+        in_hand.at_first_line();
+    }
     expect_lines(in_hand.lines, said);
 }
 
@@ -120,13 +126,14 @@ void pass_over_stale(decltype(&cleanup_deasserted_events) library_pass) {
     disarmed.reset();
     library_pass();
     disarmed.emplace();
-    mirrored_threads == Threads::one ? follow_stale_pass(pass) : void();
+    if (mirrored_threads == Threads::one) {
+        follow_stale_pass(pass);
+    }
 }
 
 } // namespace
 
 Mirror::Mirror(const Sandbox &sandbox, Threads threads) : sandbox_(sandbox) {
-    std::ofstream(sandbox_.path("stor_stat")).flush();
     if (!counts_are_known) {
         learn_storage_counts();
     } else {
@@ -142,8 +149,8 @@ Mirror::Mirror(const Sandbox &sandbox, Threads threads) : sandbox_(sandbox) {
 // The library's counters live as long as the process, and only whether they are 0 is seen: moves one fault after the
 // other, created in one band and cleared in another, until all are 0 but the last, and that one is known.
 void Mirror::learn_storage_counts() {
-    const auto move = [](int32_t severity, int32_t other) {
-        for (const int32_t step : {other, severity, 0}) {
+    const auto move = [](int32_t from, int32_t to) { // counted in the band of `to`, uncounted in that of `from`
+        for (const int32_t step : {to, from, 0}) {
             put({208, 1, 1, step});
         }
     };
@@ -180,17 +187,23 @@ void Mirror::compare() {
 
 void mirror_line(const char *line) {
     if (InHand::current != nullptr) {
-        InHand::current->lines.empty() ? InHand::current->at_first_line() : void();
+        if (InHand::current->lines.empty()) {
+            InHand::current->at_first_line();
+        }
         expect(mirrored_threads == Threads::many || !is_free(fe_table_mutex), "a change is logged outside the lock");
         InHand::current->lines.emplace_back(line);
     } else if (Pass::current != nullptr) {
         Pass::current->lines.emplace_back(line);
-        mirrored_threads == Threads::many ? follow_clearing(line) : void();
+        if (mirrored_threads == Threads::many) {
+            follow_clearing(line);
+        }
     }
 }
 
 void mirror_reading() {
-    Pass::current != nullptr ? void(++Pass::current->readings) : void();
+    if (Pass::current != nullptr) {
+        ++Pass::current->readings;
+    }
 }
 
 // Exports of the library, which calls them as anybody else would.

@@ -18,6 +18,7 @@ public:
             abort();
         }
         redirect_engine_files(dir_);
+        std::ofstream(path("stor_stat")).flush(); // the engine opens it, but does not create it
     }
     ~Sandbox() {
         redirect_engine_files(no_folder);

@@ -119,7 +119,9 @@ struct Model {
         const auto found = std::ranges::find_if(index, [=](Place f) {
             return f->entity_id == entity && f->entity_instance == instance && f->vemoFaultCode == code;
         });
-        found != index.end() ? clear(**found) : 0;
+        if (found != index.end()) {
+            clear(**found);
+        }
     }
 
     static bool is_stale(uint32_t type, uint32_t state, uint32_t sensor_type) {
@@ -138,11 +140,7 @@ struct Model {
             return;
         }
         const auto count = static_cast<uint32_t>(chain.size());
-        std::string entries;
-        for (const fe_write_buf &record : chain) {
-            entries.append(reinterpret_cast<const char *>(&record), sizeof record);
-        }
-        files["fe_table.entry"] = entries;
+        files["fe_table.entry"] = bytes_of(chain);
         files["fe_table.sz"] = {reinterpret_cast<const char *>(&count), sizeof count};
     }
 

@@ -19,7 +19,7 @@ fe_write_buf TableSteps::record() {
     }
     r.Fault_time = choose.of<int32_t>({0, 1, -1, r.Fault_time});
     r.Previous_Fault_time = choose.of<int32_t>({0, r.Previous_Fault_time});
-    for (char *const text : {r.TimeOfEvent, r.PreviousTimeOfEvent}) { // one in three has hardly a NUL
+    for (char *const text : {r.TimeOfEvent, r.PreviousTimeOfEvent}) { // one in three stays junk, mostly without a NUL
         if (!choose.one_in(3)) {
             text[choose.of({0, 1, 17, 30, 31})] = '\0';
         }
@@ -40,7 +40,11 @@ void TableSteps::change_a_sensor() {
 }
 
 void TableSteps::run(const std::function<void()> &step) const {
-    with_failing_call ? with_failing_call(mirror_.model, step) : step();
+    if (with_failing_call) {
+        with_failing_call(mirror_.model, step);
+    } else {
+        step();
+    }
 }
 
 void TableSteps::update_once() {

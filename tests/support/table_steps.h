@@ -8,7 +8,7 @@ class TableSteps {
 public:
     TableSteps(Choices &choices, Mirror &mirror) : choose(choices), mirror_(mirror) {}
 
-    uint32_t instances = 2, clears_every = 10; // besides the clearing records that come as any other severity
+    uint32_t instances = 2, clears_every = 10; // records, besides those that draw severity 0
     std::function<void(Model &, const std::function<void()> &)> with_failing_call; // runs the step; unset: none fails
 
     void step();

@@ -19,6 +19,7 @@ World &world() {
 void tell(std::string_view word, std::string_view rest) {
     const Disarmed disarmed;
     if (world().keeps == World::all) {
+        const std::lock_guard guard(world().lock);
         auto *const wbuf = __atomic_load_n(&fe_write_buf_struct_ptr, __ATOMIC_ACQUIRE);
         const char *const record = wbuf != nullptr && !is_free(wbuf->fe_write_buf_mutex) ? "*" : "";
         const char *const table = is_free(fe_table_mutex) ? "" : "#";
@@ -88,18 +89,22 @@ struct Answer {
     template <typename Function, typename... Arguments>
     auto ask(const Function &function, Arguments &&...arguments) {
         const Function copy = function;
-        lock.owns_lock() ? lock.unlock() : void();
+        if (lock.owns_lock()) {
+            lock.unlock();
+        }
         return copy(std::forward<Arguments>(arguments)...);
     }
     template <typename Function, typename... Arguments>
     void tell_too(const Function &function, Arguments &&...arguments) {
         if (function) {
             ask(function, std::forward<Arguments>(arguments)...);
-            world().keeps != World::nothing ? lock.lock() : void();
+            if (world().keeps != World::nothing) {
+                lock.lock();
+            }
         }
     }
 
-    const bool fails = is_to_fail(Call::neighbour); // before all else, which is not armed
+    const bool fails = is_to_fail(Call::neighbour); // asked before `disarmed` begins to live
     Disarmed disarmed;
     std::unique_lock<std::recursive_mutex> lock{world().lock, std::defer_lock};
 };
@@ -151,7 +156,9 @@ std::string list_broadcast(const fe_write_buf &sent) {
 
 void broadcast(fe_write_buf_struct *wbuf) {
     Answer answer("broadcast", [&] { return list_broadcast(*wbuf->fe_write_buf); });
-    world().keeps != World::nothing ? world().broadcasts.push_back(*wbuf->fe_write_buf) : void();
+    if (world().keeps != World::nothing) {
+        world().broadcasts.push_back(*wbuf->fe_write_buf);
+    }
     answer.tell_too(world().on_broadcast, wbuf);
 }
 
@@ -160,7 +167,9 @@ __attribute__((format(printf, 1, 0))) void log(const char *format, va_list argum
     char line[4096];
     vsnprintf(line, sizeof line, format, arguments);
     mirror_line(line);
-    world().on_log ? world().on_log(line) : void();
+    if (world().on_log) {
+        world().on_log(line);
+    }
     if (world().keeps != World::nothing) {
         const std::lock_guard guard(world().lock);
         world().log.emplace_back(line);
@@ -176,7 +185,9 @@ void pause(int32_t seconds, int32_t nanoseconds) {
 // Closed libraries write whole words, or two, where less is agreed; what is behind a smaller area would be lost.
 void spoil(std::initializer_list<void *> outputs) {
     for (void *const output : outputs) {
-        reinterpret_cast<uintptr_t>(output) % 4 == 0 ? void() : abort();
+        if (reinterpret_cast<uintptr_t>(output) % 4 != 0) {
+            abort();
+        }
         memset(output, 0xA5, 8);
     }
 }
@@ -238,11 +249,11 @@ int32_t decode(sel_decode_area *area, uint32_t size, sel_chunk_request *request,
     const uint16_t start = request->first_record_id, count = request->entries;
     std::memset(request, 0xFF, sizeof *request); // it may serve as scratch
     Answer answer("chunk", [&] { return "=" + std::to_string(start) + "+" + std::to_string(count); });
-    if (answer.fails || size != 190470 || area->request != 4) {
+    if (answer.fails || size != 190470 || area->request != 4 || decoded != &area->decoded_last) {
         return -1;
     }
     if (world().decode) {
-        return answer.ask(world().decode, reinterpret_cast<uint8_t *>(area), decoded);
+        return answer.ask(world().decode, *area);
     }
     const auto &sel = world().sel;
     const size_t first = std::min<size_t>(start - 1U, sel.size()), number = std::min<size_t>(count, sel.size() - first);

@@ -13,6 +13,7 @@
 #include "fault_engine/sel.h"
 #include "platform/fe_core/fe_core.h"
 #include "platform/fe_core/fe_core_host.h"
+#include "platform/ipmi_access/ipmi_access.h"
 #include "support/scoped.h"
 
 using Lines = std::vector<std::string>;
@@ -41,7 +42,7 @@ struct WorldState {
     // A size or request word other than the agreed ones fails.
     int32_t total_result = 0;
     std::vector<sel_list_entry> sel;
-    std::function<int32_t(uint8_t *area, uint32_t *decoded)> decode;
+    std::function<int32_t(sel_decode_area &area)> decode;
 
     // Extended records: the text of the time stamp, with its length, and what becomes of the date.
     std::string time_stamp = "1700000000";
@@ -55,7 +56,8 @@ struct WorldState {
     std::function<void(const std::string &line)> on_log;
 };
 
-// The functions above are called without the lock, and neighbours' calls never count for FailCall and CallTrace.
+// The functions above are called without the lock. Calls that they and the neighbours make count neither for FailCall nor
+// for CallTrace.
 struct World : WorldState {
     std::recursive_mutex lock; // guards all of the above while threads of the engine run, but for `nothing`
 };
