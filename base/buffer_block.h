@@ -13,16 +13,20 @@ inline fe_write_buf *&content_of(fe_write_buf_struct &block) {
     return block.fe_write_buf;
 }
 
+template <class T>
+bool allocate_zeroed(T *&place) {
+    place = static_cast<T *>(calloc(1, sizeof(T)));
+    return place != nullptr;
+}
+
 // Block and content, both zero; mutexes and conditions are left to whoever needs them. Null when out of memory.
 template <class Block>
 Block *allocate_block() {
-    auto *block = static_cast<Block *>(calloc(1, sizeof(Block)));
-    if (block == nullptr) {
+    Block *block = nullptr;
+    if (!allocate_zeroed(block)) {
         return nullptr;
     }
-    auto *&content = content_of(*block);
-    content = static_cast<decltype(+content)>(calloc(1, sizeof *content));
-    if (content == nullptr) {
+    if (!allocate_zeroed(content_of(*block))) {
         free(block);
         return nullptr;
     }

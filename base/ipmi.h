@@ -1,12 +1,14 @@
-// IPMI's numbers, as far as the library and what stands around it tell them apart.
+// IPMI's numbers, those that the library, the stand-ins or the tool tell apart.
 #pragma once
 
 #include <cstdint>
 
+inline constexpr uint8_t bmc_owner = 0x20; // slave address of the BMC: owner of its sensors, generator of its events
+
 namespace sel_record_type { // IPMI v2.0, table 32-1
 inline constexpr uint8_t system_event = 0x02;
-inline constexpr uint8_t first_oem = 0xC0;              // it and those above tell of no sensor
-inline constexpr uint8_t first_oem_without_time = 0xE0; // nor do these have a time
+inline constexpr uint8_t first_oem = 0xC0;              // 0xC0..0xFF: the maker's own, about no sensor
+inline constexpr uint8_t first_oem_without_time = 0xE0; // 0xE0..0xFF: without a time stamp, too
 } // namespace sel_record_type
 
 namespace event_type { // IPMI v2.0, tables 42-1 and 42-2
@@ -38,10 +40,16 @@ inline constexpr uint8_t power_supply = 0x08;
 inline constexpr uint8_t power_unit = 0x09;
 inline constexpr uint8_t memory = 0x0C;
 inline constexpr uint8_t drive_slot = 0x0D;
+inline constexpr uint8_t system_firmware = 0x0F;
 inline constexpr uint8_t event_logging_disabled = 0x10;
 inline constexpr uint8_t system_event = 0x12;
+inline constexpr uint8_t critical_interrupt = 0x13;
+inline constexpr uint8_t add_in_card = 0x17;
 inline constexpr uint8_t slot_connector = 0x21;
+inline constexpr uint8_t watchdog = 0x23;
 inline constexpr uint8_t entity_presence = 0x25;
+inline constexpr uint8_t management_subsystem = 0x28;
+inline constexpr uint8_t battery = 0x29;
 } // namespace sensor_type
 
 namespace entity_id { // IPMI v2.0, table 43-13
@@ -58,7 +66,7 @@ inline constexpr uint8_t expansion_board = 16;  // system internal expansion boa
 inline constexpr uint8_t power_module = 20;     // DC-to-DC converter
 inline constexpr uint8_t power_management = 21; // power management or distribution board
 inline constexpr uint8_t system_chassis = 23;
-inline constexpr uint8_t memory_board = 25; // "other chassis board"
+inline constexpr uint8_t memory_board = 25; // "other chassis board" in IPMI; a memory board here
 inline constexpr uint8_t fan = 29;
 inline constexpr uint8_t memory_device = 32;
 inline constexpr uint8_t system_firmware = 34;

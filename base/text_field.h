@@ -22,7 +22,7 @@ void terminate(char (&text)[Size]) {
 
 using text_scratch = char[sizeof fe_write_buf::FaultDescription]; // as wide as the widest text field
 
-// A field of a record to be printed: the field itself or, when its NUL is missing, a copy cut to fit.
+// A field of a record to be printed: the field itself or, when its last byte is not NUL, a copy cut to fit.
 template <size_t Size>
 const char *as_text(const char (&field)[Size], text_scratch &scratch) {
     static_assert(Size <= sizeof scratch);

@@ -94,7 +94,8 @@ constexpr related_row related_codes[] = {
 };
 static_assert(std::size(related_codes) == 57);
 
-// The rows in order of their fault codes, each of which has one row. Every fault is looked up, and most have none.
+// Numbers of the rows, ascending by fault code; no two rows share a code. Every fault is looked up here, and most codes have
+// no row.
 constexpr auto rows_by_code = [] {
     std::array<uint8_t, std::size(related_codes)> rows{};
     std::iota(rows.begin(), rows.end(), uint8_t{0});

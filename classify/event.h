@@ -6,6 +6,8 @@
 #include "base/ipmi.h"
 #include "fault_engine/sel.h"
 
+inline constexpr uint8_t oem_7f_first_offset = 8; // of those of OEM type 0x7F that have an outcome
+
 struct ipmi_event {
     uint8_t type;        // event/reading type, 0..127
     uint8_t direction;   // 0 assertion, 1 deassertion

@@ -8,7 +8,8 @@
 
 namespace fault_number {
 
-// Fault number for each of the 16 offsets (or low four bits of event data 3), or one of the two below.
+// A fault number for each of 16 offsets (of one row: for each value of the low half of event data 3); refused and none stand
+// for no number.
 using number_row = std::array<int16_t, 16>;
 
 inline constexpr int16_t refused = -1; // the event has no place in the table

@@ -1,4 +1,6 @@
 // Fault numbers of the memory entities: module (8), board (25) and device (32).
+#include <iterator>
+
 #include "classify/event.h"
 #include "classify/fault_number.h"
 #include "fault_engine/classify.h"
@@ -41,7 +43,7 @@ int32_t slot_event(fe_read_buf *request, const ipmi_event &event) {
     return 0;
 }
 
-// OEM 0x70: the sensor stands for a group of eight, the offset for the one in it.
+// OEM 0x70: the sensor's instance is a group of eight, the offset is the module in it.
 int32_t group_event(fe_read_buf *request, const ipmi_event &event) {
     request->entity_group_instance = request->entity_instance;
     request->fe_fault_num = 64;
@@ -52,14 +54,15 @@ int32_t group_event(fe_read_buf *request, const ipmi_event &event) {
     return 0;
 }
 
-// A memory module's instance is 8 * group + number, where number 0 is called 8: 43 is number 3 of group 5, 40 number 8.
+// A memory module's instance is 8 * group + number, where number 0 is called 8: 43 is number 3 of group 5, 40 is
+// number 8 of group 5.
 void split_instance(fe_read_buf *request) {
     const auto instance = static_cast<uint32_t>(request->entity_instance);
     request->entity_group_instance = static_cast<int32_t>(instance >> 3);
     request->entity_instance = (instance & 7) == 0 ? 8 : static_cast<int32_t>(instance & 7);
 }
 
-// OEM 0x7F: fault number and severity by offset. The instance is split for refused offsets too.
+// OEM 0x7F: fault number and severity by offset. A memory module's instance is split, at refused offsets too.
 int32_t oem_7f_event(fe_read_buf *request, const ipmi_event &event, uint8_t sensor_entity) {
     struct outcome {
         int16_t on_board; // fault number where the sensor belongs to a memory board
@@ -73,8 +76,9 @@ int32_t oem_7f_event(fe_read_buf *request, const ipmi_event &event, uint8_t sens
         {90, 64, FE_SEVERITY_CLEARED}, // offset 11
     };
     int32_t result = -1;
-    if (event.offset >= 8 && event.offset <= 11) {
-        const outcome &found = outcomes[event.offset - 8];
+    const int row = event.offset - oem_7f_first_offset;
+    if (row >= 0 && row < static_cast<int>(std::size(outcomes))) {
+        const outcome &found = outcomes[row];
         request->fe_fault_num = sensor_entity == entity_id::memory_board ? found.on_board : found.elsewhere;
         request->vemoFaultSeverity = found.severity;
         result = 0;

@@ -1,4 +1,4 @@
-// Fault numbers of the power entities: supply (10), system board (14), converter (20), distribution board (21).
+// Fault numbers of the power entities: power supply (10), power system board (14), power module (20), power management (21).
 #include "classify/event.h"
 #include "classify/fault_number.h"
 #include "fault_engine/classify.h"

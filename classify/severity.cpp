@@ -20,7 +20,7 @@ constexpr severity_code minor = FE_SEVERITY_MINOR;
 constexpr severity_code major = FE_SEVERITY_MAJOR;
 constexpr severity_code critical = FE_SEVERITY_CRITICAL;
 
-enum direction : uint8_t { asserted = 1, deasserted = 2, either = 3 };
+enum direction_mask : uint8_t { asserted = 1, deasserted = 2, either = 3 }; // bit n: events of direction n
 
 // Up to three codes of entities or sensor types; none means any. Code 0 stands in no rule.
 using codes = std::array<uint8_t, 3>;
@@ -29,7 +29,7 @@ constexpr codes any_memory = {entity_id::memory_module, entity_id::memory_board,
 
 struct rule {
     uint8_t offset;
-    direction directions;
+    direction_mask directions;
     codes entities;
     codes sensor_types;
     severity_code severity;
@@ -158,12 +158,11 @@ constexpr both_directions oem_70_events[] = {
 
 // clang-format on
 
-// OEM type 0x7F. A row is an offset from 8 on; no other offset has one.
+// OEM type 0x7F. A row is an offset from oem_7f_first_offset on; no other offset has one.
 struct oem_7f_row {
     severity_code drive_slot;
     severity_code slot_connector;
 };
-constexpr uint8_t oem_7f_first_offset = 8;
 constexpr oem_7f_row oem_7f_events[] = {
     {cleared, cleared},
     {warning, warning},

@@ -101,12 +101,12 @@ void leave_write_buffer(const write_buffer_use &use) {
 void leave_read_buffer(const read_buffer_use &use) {
     lock(buffers_lock);
     const bool is_last = use.owned == nullptr || use.owned->users == 1;
-    if (!is_last) { // at once, or of two who leave together each would take the other for the last
+    if (!is_last) { // in the section that looked: else two who leave together see two users, and nobody destroys the pair
         --use.owned->users;
         pthread_cond_broadcast(&user_left);
     }
     unlock(buffers_lock);
-    if (is_last) { // the buffer is closed; without the lock, since destroying waits for those who have been woken
+    if (is_last) { // nobody else uses the pair; without the lock, since destroying waits for those who still wake up
         destroy_pair(use.buffer->fe_read_wait_mutex, use.buffer->fe_read_wait_cond);
         leave(use);
     }

@@ -7,8 +7,8 @@
 #include "base/thread_safety.h"
 #include "fault_engine/fault_request.h"
 
-// Guards the two exported pointers, and the users and the closing of every buffer of this library's. A leaf: no other
-// lock is taken inside it.
+// Guards the users and the closing of every buffer of this library's, and orders the library's own writes of the exported
+// pointers, which are atomic: neighbours read and set them without it. A leaf: no other lock is taken inside it.
 extern private_lock buffers_lock;
 
 // A mutex and its condition, each with its attribute object at the defaults.
@@ -16,8 +16,8 @@ void init_pair(pthread_mutex_t &mutex, pthread_mutexattr_t &mutex_attr, fe_share
                pthread_condattr_t &cond_attr);
 void destroy_pair(pthread_mutex_t &mutex, fe_shared_cond &cond);
 
-// A block of this library's. The count of its users lies behind it on the heap, so that a thread which ends inside a
-// neighbour's call leaves nothing of its stack behind.
+// A block of this library's. The count of its users lies behind it on the heap, not on the owner's stack, which is gone when
+// a thread ends inside a neighbour's call.
 template <class Block>
 struct owned_buffer : Block {
     uint32_t users FE_GUARDED_BY(buffers_lock);
@@ -47,14 +47,15 @@ template <class Block>
 buffer_use<Block> enter_buffer();
 
 void leave_write_buffer(const write_buffer_use &use);
-// Producer and consumer share the pair of the hand-back: the last of them destroys it.
+// Producer and consumer share fe_read_wait_mutex and fe_read_wait_cond: the last of them destroys both.
 void leave_read_buffer(const read_buffer_use &use);
 
 template <class Block>
 void close_buffer(owned_buffer<Block> *buffer);
 bool is_closed(const read_buffer_use &use);
 
-// Whether the buffer that was entered is there still: a buffer of somebody else is when its pointer says so.
+// Whether the entered buffer still exists: this library's do until all users have left, somebody else's while the exported
+// pointer shows it.
 bool exists(const read_buffer_use &use);
 
 // Waits until nobody uses the buffer.

@@ -33,7 +33,7 @@ void complete_record(fe_write_buf *record) {
 }
 
 void broadcast_record(fe_write_buf_struct *wbuf, int32_t result) {
-    if (result != 0 && result != FE_TABLE_REPEATED_STORAGE) {
+    if (result != FE_TABLE_CHANGED && result != FE_TABLE_REPEATED_STORAGE) {
         return;
     }
     if (result == FE_TABLE_REPEATED_STORAGE) {

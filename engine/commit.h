@@ -11,10 +11,12 @@ int32_t fill_record(fe_read_buf *request, fe_write_buf_struct *wbuf);
 // Completes a record that was filled with success: related threshold codes, dump to the log.
 void complete_record(fe_write_buf *record);
 
-// Broadcasts the record if `result`, of the table update or of a dispatch that failed, says so: 0 or 2.
+// Broadcasts the record if `result` is FE_TABLE_CHANGED or FE_TABLE_REPEATED_STORAGE. It is the table update's or, where the
+// dispatch failed, the dispatch's: one that returns 2 counts as the latter.
 void broadcast_record(fe_write_buf_struct *wbuf, int32_t result);
 
 void clear_record(fe_write_buf *record);
 
-// Logs 31 fields, one a line, as they stand before the table update; what is opaque has no line.
+// Logs 31 fields, one a line, as they stand before the table update. The lines are fixed: severity word, sensor number and the
+// opaque fields have none.
 void dump_record(const fe_write_buf &record);

@@ -82,7 +82,7 @@ void destroy_write_buffer_pair(fe_write_buf_struct *wbuf) {
     destroy_pair(wbuf->fe_write_buf_mutex, wbuf->fe_write_buf_cond);
 }
 
-// Releases waiting producers.
+// Releases a producer that waits for the hand-over, then leaves the read buffer.
 void leave_as_consumer(const read_buffer_use &use) {
     fe_read_buf_struct *rbuf = use.buffer;
     pthread_mutex_lock(&rbuf->fe_read_wait_mutex);
@@ -94,12 +94,12 @@ void leave_as_consumer(const read_buffer_use &use) {
 void *fault_processor(void *) {
     write_buffer *wbuf = new_write_buffer();
     if (wbuf == nullptr) {
-        thread_is_settled();
+        thread_is_ready();
         return nullptr;
     }
-    const auto consumer = enter_buffer<fe_read_buf_struct>(); // before others see the write buffer: they count on it
+    const auto consumer = enter_buffer<fe_read_buf_struct>(); // before the write buffer tells others so
     const write_buffer_use own_use = publish_buffer(wbuf);
-    thread_is_settled();
+    thread_is_ready();
     if (consumer.buffer != nullptr) {
         process_requests(consumer, wbuf);
     }
@@ -118,5 +118,5 @@ void *fault_processor(void *) {
 } // namespace
 
 int32_t init_fault_processor(void) {
-    return start_thread_and_settle(&fe_fault_processor_thread_attr, &fe_fault_processor_thread_id, fault_processor);
+    return start_thread_and_wait(&fe_fault_processor_thread_attr, &fe_fault_processor_thread_id, fault_processor);
 }

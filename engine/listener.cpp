@@ -30,16 +30,17 @@ void stop_engine(fe_read_buf_struct *rbuf) {
 void *listener(void *) {
     read_buffer *rbuf = new_read_buffer();
     if (rbuf == nullptr) {
-        thread_is_settled();
+        thread_is_ready();
         return nullptr;
     }
     const read_buffer_use producer = publish_buffer(rbuf);
-    thread_is_settled();
+    thread_is_ready();
     fe_init_interface(rbuf);
     int former_state = 0;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &former_state); // from here on it would take a lock with it
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE,
+                           &former_state); // cancelled from here on, it would end with a lock held
 
-    // Closed before the wake-up: a fault processor that misses the flag, which a new start takes back, stops all the same.
+    // Closed before the wake-up, so that the fault processor stops even if the daemon clears fe_not_running too early.
     close_buffer(rbuf);
     stop_engine(rbuf);
     leave_read_buffer(producer);
@@ -52,5 +53,5 @@ void *listener(void *) {
 } // namespace
 
 int32_t init_listener(void) {
-    return start_thread_and_settle(&fe_listener_thread_attr, &fe_listener_thread_id, listener);
+    return start_thread_and_wait(&fe_listener_thread_attr, &fe_listener_thread_id, listener);
 }

@@ -4,12 +4,13 @@
 
 namespace {
 
-// One start at a time; held for its whole length, with settled_lock inside it.
+// Held over a start and its wait, so that is_ready speaks of one thread at a time; ready_lock is taken inside it. The
+// broadcaster, for which nobody waits, starts without.
 constinit private_lock one_start;
 
-constinit private_lock settled_lock;
-pthread_cond_t settled = PTHREAD_COND_INITIALIZER; // with settled_lock
-bool is_settled FE_GUARDED_BY(settled_lock);       // the thread started last
+constinit private_lock ready_lock;
+pthread_cond_t ready = PTHREAD_COND_INITIALIZER; // with ready_lock
+bool is_ready FE_GUARDED_BY(ready_lock);         // whether the thread started last is
 
 } // namespace
 
@@ -19,22 +20,22 @@ int32_t start_thread(pthread_attr_t *attr, pthread_t *id, void *(*body)(void *))
     return pthread_create(id, attr, body, nullptr) == 0 ? 0 : -1;
 }
 
-int32_t start_thread_and_settle(pthread_attr_t *attr, pthread_t *id, void *(*body)(void *)) {
+int32_t start_thread_and_wait(pthread_attr_t *attr, pthread_t *id, void *(*body)(void *)) {
     lock(one_start);
-    lock(settled_lock);
-    is_settled = false;
+    lock(ready_lock);
+    is_ready = false;
     const int32_t result = start_thread(attr, id, body);
-    while (result == 0 && !is_settled) {
-        wait(settled, settled_lock);
+    while (result == 0 && !is_ready) {
+        wait(ready, ready_lock);
     }
-    unlock(settled_lock);
+    unlock(ready_lock);
     unlock(one_start);
     return result;
 }
 
-void thread_is_settled() {
-    lock(settled_lock);
-    is_settled = true;
-    pthread_cond_broadcast(&settled);
-    unlock(settled_lock);
+void thread_is_ready() {
+    lock(ready_lock);
+    is_ready = true;
+    pthread_cond_broadcast(&ready);
+    unlock(ready_lock);
 }

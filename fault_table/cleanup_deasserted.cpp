@@ -6,15 +6,13 @@
 #include "base/output_area.h"
 #include "base/text_field.h"
 #include "fault_engine/sel.h"
-#include "fault_table/staleness.h"
 #include "fault_table/table.h"
 #include "fault_table/update.h"
 #include "platform/fe_core/fe_core.h"
 #include "platform/ipmi_access/ipmi_access.h"
 
-sensor_data_record sensor_data_rec;
-// The exported word is the first of an area of the size that is safe to hand out. The compiler is not told that they are
-// the same, since AddressSanitizer would guard the word's end.
+// record_type is the first word of an output area: the sensor call may write more than it. Its size is the area's, so that a
+// copy relocation keeps all of it. The compiler does not know, since AddressSanitizer would guard the word's end.
 static output_area<uint32_t> record_type_area __asm__("record_type_area") __attribute__((used));
 __asm__(".globl record_type\n"
         ".set record_type, record_type_area\n"
@@ -26,12 +24,18 @@ namespace {
 // One pass at a time, since sensor_data_rec and record_type are its output areas. Taken before fe_table_mutex.
 constinit private_lock one_stale_pass;
 
-// Storage entities, all above them, and sensors that have no 8-bit number are left alone.
+} // namespace
+
+sensor_data_record sensor_data_rec FE_GUARDED_BY(one_stale_pass);
+
+namespace {
+
+// Storage entities, all ids above them, and sensors numbered above 255 are left alone.
 bool is_examined(const fe_write_buf &record) {
     return record.entity_id < entity_id::storage_0 && static_cast<int32_t>(record.sens_num) <= 255;
 }
 
-enum class verdict { unreadable, holds, stale };
+enum class verdict { unreadable, reported, stale };
 
 // Asks the sensor of a copied record, with fe_table_mutex free.
 verdict ask_sensor(const fe_write_buf &record) FE_REQUIRES(one_stale_pass) {
@@ -50,11 +54,11 @@ verdict ask_sensor(const fe_write_buf &record) FE_REQUIRES(one_stale_pass) {
     text_scratch scratch;
     fe_logger("sensr_name: %s iCurrentstatus:%d type_code: %u iSensorType: %d\n", as_text(record.sensor_name, scratch),
               static_cast<int>(state.value), type_code, static_cast<int>(sensor_type));
-    return is_stale(type_code, sensor_type, state.value) ? verdict::stale : verdict::holds;
+    return is_stale(type_code, sensor_type, state.value) ? verdict::stale : verdict::reported;
 }
 
-// Clears by a copied record, which becomes the clearing one, as an event would: the first fault of its entity instance
-// that has its code or one related to it. False when there is none.
+// Makes the copy a clearing record and applies it. As with an event, the first fault of the entity instance goes that has the
+// record's code or one related to it. False when there is none.
 bool clear_stale(fe_write_buf &record) FE_REQUIRES(table_lock) {
     text_scratch scratch;
     fe_logger("Clearing stale fault - %s (severity: %u)\n", as_text(record.FaultDescription, scratch),
@@ -83,11 +87,11 @@ next_step examine(const fe_table_entry *entry, fe_write_buf &copy) FE_REQUIRES(t
     if (said == verdict::unreadable) {
         return next_step::go_on;
     }
-    if (said == verdict::holds) {
+    if (said == verdict::reported) {
         return next_step::go_on_if_head_stays;
     }
-    const bool is_judged = memcmp(&entry->record, &copy, sizeof copy) == 0;
-    return !is_judged || clear_stale(copy) ? next_step::start_again : next_step::go_on_if_head_stays;
+    const bool is_unchanged = memcmp(&entry->record, &copy, sizeof copy) == 0;
+    return !is_unchanged || clear_stale(copy) ? next_step::start_again : next_step::go_on_if_head_stays;
 }
 
 void walk_chain(fe_write_buf &copy) FE_REQUIRES(one_stale_pass) {

@@ -22,7 +22,7 @@ uint32_t bit_of(const fault_node &node) {
     return 1U << static_cast<uint32_t>(node.fault_code) % 32;
 }
 
-// False for a list that certainly has no duplicates, which is told in one walk. `codes` is empty before and after.
+// False for a list that certainly has no duplicates, in linear time. `codes` is empty before and after.
 bool may_have_duplicates(const fault_node *list, code_set &codes) {
     bool shared = false;
     for (const fault_node *node = list; node != nullptr; node = node->next) {
@@ -48,7 +48,7 @@ const fault_node *find_older_duplicate(const fault_node *node) {
     return nullptr;
 }
 
-void clear_fault(const fault_node &node, fe_write_buf &clearing) FE_REQUIRES(table_lock) {
+void clear_duplicate(const fault_node &node, fe_write_buf &clearing) FE_REQUIRES(table_lock) {
     clearing = node.entry->record;
     fe_logger("Inside cleanup_duplicate_events...\n");
     fe_logger("Clean up fault node (%u/%u/curr:%u-prev:%u)\n", unsigned{clearing.entity_id},
@@ -58,14 +58,14 @@ void clear_fault(const fault_node &node, fe_write_buf &clearing) FE_REQUIRES(tab
     change_fault_table(clearing);
 }
 
-// The clearing removes this fault or, by a related code, one before it; those behind stay. The old first node may be
-// freed by then, so only its address is kept.
+// The clearing removes this fault or, by a related code, one before it; those behind stay, the younger duplicate among them,
+// so that neither the instance nor its entity goes. The old first node may be freed by then: only its address is kept.
 void clear_older_duplicates(const entity_instance_node &instance, fe_write_buf &clearing) FE_REQUIRES(table_lock) {
     const fault_node *node = find_older_duplicate(instance.fault_list);
     while (node != nullptr) {
         const fault_node *const behind = node->next;
         const auto first = reinterpret_cast<uintptr_t>(instance.fault_list);
-        clear_fault(*node, clearing);
+        clear_duplicate(*node, clearing);
         const bool first_stays = reinterpret_cast<uintptr_t>(instance.fault_list) == first;
         node = find_older_duplicate(first_stays ? behind : instance.fault_list);
     }

@@ -8,7 +8,8 @@ int32_t remove_last_fe_table_entry(fe_table_entry **head, entity_id_node **entit
     while ((*last)->next != nullptr) {
         last = &(*last)->next;
     }
-    const fe_write_buf &record = (*last)->record;
+    fe_table_entry *oldest = *last;
+    const fe_write_buf &record = oldest->record;
 
     fault_position position{};
     position.entity = find_entity(entity_list, record.entity_id);
@@ -20,13 +21,13 @@ int32_t remove_last_fe_table_entry(fe_table_entry **head, entity_id_node **entit
         return -1;
     }
     position.fault = find_link(&(*position.instance)->fault_list, [&](const fault_node &node) {
-        return node.fault_code == record.vemoFaultCode && node.entry == *last;
+        return node.fault_code == record.vemoFaultCode && node.entry == oldest;
     });
     if (*position.fault == nullptr) {
         return -1;
     }
     remove_from_index(position);
-    free_entry(*last);
     *last = nullptr;
+    free_entry(oldest);
     return 0;
 }

@@ -1,8 +1,8 @@
-#include "fault_table/staleness.h"
-
+// Whether a sensor's present state still reports a fault.
 #include <bit>
 
 #include "base/ipmi.h"
+#include "fault_table/update.h"
 
 namespace {
 
@@ -36,7 +36,7 @@ constexpr stale_rule rules[] = {
     {event_type::oem_70, stale_when::not_all_set, 0xFE00},
 };
 
-bool holds(const stale_rule &rule, uint32_t state) {
+bool is_met(const stale_rule &rule, uint32_t state) {
     const uint32_t set = state & rule.mask;
     switch (rule.when) {
     case stale_when::none_set: return set == 0;
@@ -50,13 +50,13 @@ bool holds(const stale_rule &rule, uint32_t state) {
 
 } // namespace
 
-bool is_stale(uint32_t type_code, uint32_t type_of_sensor, uint32_t state) {
-    if (type_code == event_type::sensor_specific && type_of_sensor != sensor_type::power_supply) {
+bool is_stale(uint32_t event_type_code, uint32_t sensor_type_code, uint32_t state) {
+    if (event_type_code == event_type::sensor_specific && sensor_type_code != sensor_type::power_supply) {
         return false; // of sensor-specific states only those of power supplies are known here
     }
     for (const stale_rule &rule : rules) {
-        if (rule.type_code == type_code) {
-            return holds(rule, state);
+        if (rule.type_code == event_type_code) {
+            return is_met(rule, state);
         }
     }
     return false;

@@ -10,7 +10,7 @@
 
 // fe_table_mutex, which is exported as it is, under a name that Clang can check.
 struct FE_CAPABILITY table_lock_name {};
-extern const table_lock_name table_lock; // not defined: only spoken of
+extern const table_lock_name table_lock; // never defined: only the attributes name it
 
 inline void lock_table() FE_ACQUIRE(table_lock) FE_UNCHECKED {
     pthread_mutex_lock(&fe_table_mutex);

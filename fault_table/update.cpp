@@ -7,7 +7,7 @@
 #include "fault_table/update.h"
 #include "platform/fe_core/fe_core.h"
 
-// Every line of the table ends in the keys and the severity of a record.
+// Every log line of this file ends in the keys and the severity of a record.
 #define LOG_FAULT(text, record)                                                                               \
     fe_logger(text " (%u/%u/curr:%u-prev:%u) - sev: %u\n", unsigned{(record).entity_id},                      \
               static_cast<unsigned>((record).entity_instance), static_cast<unsigned>((record).vemoFaultCode), \
@@ -49,7 +49,7 @@ bool allocate(Node *&node) {
     return node != nullptr;
 }
 
-// All or nothing, from the top down.
+// All or nothing, from the top down; the entry comes last, so it is never given back.
 bool allocate_branch(new_branch &branch, missing level) {
     const bool ok = (level != missing::entity || allocate(branch.entity)) &&
                     (level == missing::fault || allocate(branch.instance)) && //
@@ -62,7 +62,7 @@ bool allocate_branch(new_branch &branch, missing level) {
     return ok;
 }
 
-bool create_branch(new_branch &branch, missing level, fe_write_buf &record) FE_REQUIRES(table_lock) {
+bool create_branch(new_branch &branch, missing level, fe_write_buf &record) {
     if (!allocate_branch(branch, level)) {
         return false;
     }
@@ -76,11 +76,10 @@ bool create_branch(new_branch &branch, missing level, fe_write_buf &record) FE_R
     if (branch.entity != nullptr) {
         *branch.entity = {.entity_id = record.entity_id, .instance_list = branch.instance, .next = nullptr};
     }
-    count_storage_fault(record.entity_id, record.vemoFaultSeverity);
     return true;
 }
 
-// The entry's branch is in the index already, so that the oldest entry can be told from it.
+// The new branch is in the index already: an eviction may free the level that it would have been appended to.
 void add_to_chain(fe_table_entry *entry) FE_REQUIRES(table_lock) {
     entry->next = fe_table_head_ptr;
     fe_table_head_ptr = entry;
@@ -102,6 +101,7 @@ int32_t create_fault(const fault_position &at, missing level, fe_write_buf &reco
     if (!create_branch(branch, level, record)) {
         return FE_TABLE_UNCHANGED;
     }
+    count_storage_fault(record.entity_id, record.vemoFaultSeverity);
     switch (level) {
     case missing::entity:
         LOG_FAULT("Fault node hierarchy created from entity id", record);
@@ -123,7 +123,7 @@ int32_t create_fault(const fault_position &at, missing level, fe_write_buf &reco
 
 void take_off_chain(const fe_table_entry *entry) FE_REQUIRES(table_lock) {
     fe_table_entry **link = &fe_table_head_ptr;
-    while (*link != entry) { // it is there, so that there is no end to look for
+    while (*link != entry) { // the entry is on the chain: no test for its end
         link = &(*link)->next;
     }
     *link = entry->next;

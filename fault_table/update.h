@@ -14,3 +14,6 @@ inline void make_clearing(fe_write_buf &copy) {
     copy.vemoFaultSeverity = FE_SEVERITY_CLEARED;
     copy.PreviousSeverity = FE_SEVERITY_CLEARED;
 }
+
+// Whether a sensor's present state no longer reports a fault: `state` is the current state word of a sensor of that event/reading type code and sensor type.
+bool is_stale(uint32_t event_type_code, uint32_t sensor_type_code, uint32_t state);

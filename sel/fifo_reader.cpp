@@ -65,11 +65,11 @@ void read_batch() {
     }
 }
 
-// run_pass: the duplicate pass, before the next wait.
-enum class next_step { wait_again, run_pass, leave };
+// loop_again: to the top of the loop, which opens the FIFO if it is closed. run_pass: the duplicate pass first.
+enum class next_step { loop_again, run_pass, leave };
 
 next_step after_activity() {
-    if (is_stopping() || sel_fifo_fd < 0) { // the flag may have been taken back since it was set for want of a FIFO
+    if (is_stopping() || sel_fifo_fd < 0) { // without a FIFO the engine stops, even if the daemon has set the flag back
         close_fifo();
         return next_step::leave;
     }
@@ -90,12 +90,12 @@ next_step after_activity() {
 
 next_step after_wait(int ready, int wait_error) {
     if (ready < 0) {
-        return wait_error == EINTR || wait_error == EAGAIN ? next_step::wait_again : next_step::leave;
+        return wait_error == EINTR || wait_error == EAGAIN ? next_step::loop_again : next_step::leave;
     }
     if (ready > 0) {
         return after_activity();
     }
-    return sel_fifo_fd == -1 ? next_step::wait_again : next_step::run_pass; // -1: removed, and nobody has made it again
+    return sel_fifo_fd == -1 ? next_step::loop_again : next_step::run_pass; // -1: removed, and not reopened
 }
 
 } // namespace

@@ -58,7 +58,7 @@ int32_t read_text(const uint8_t *sel_bytes, const sel_record &record, sel_text_r
         return FE_SEL_NO_TEXT;
     }
     const int32_t result = IPMI_SELHVDBSELDetach();
-    terminate(text.event); // the library has known its address until here
+    terminate(text.event); // after the detach: until then the library may write into it
     return result;
 }
 
@@ -95,11 +95,11 @@ int32_t commit_sel_request(fe_read_buf *request, const sensor_data_record &senso
     if (!keeps_classified_instance(sensor)) {
         request->entity_instance = floored_instance(sensor);
     }
-    log_event(text, *request);
+    log_event(text.event, *request);
     commit_request(sel_road::ordinary, request, wbuf, duplicate_pass_done);
     pthread_mutex_unlock(&wbuf->fe_write_buf_mutex);
     leave_write_buffer(use);
-    return 0;
+    return FE_SEL_OK;
 }
 
 } // namespace
@@ -113,10 +113,10 @@ int32_t process_sel_data(const uint8_t *sel_bytes) {
         return FE_SEL_WRONG_RECORD;
     }
     if (is_fault_sensor(record.sensor_number) == 0 || record.sensor_type == sensor_type::event_logging_disabled) {
-        return 0;
+        return FE_SEL_OK;
     }
     sel_text_rec text{};
-    if (const int32_t result = read_text(sel_bytes, record, text); result != 0) {
+    if (const int32_t result = read_text(sel_bytes, record, text); result != FE_SEL_OK) {
         return result;
     }
 
@@ -134,7 +134,7 @@ int32_t process_sel_data(const uint8_t *sel_bytes) {
     if (const int32_t result = convert_sel_to_fe_read_buf(sel_bytes, sensor, &request); result < 0) {
         return result;
     }
-    settle_after_bios_post(words.first.text, request);
+    clear_stale_after_self_test(words.first.text, request); // its colon is off, unless the second word is the name
     return commit_sel_request(&request, sensor, text);
 }
 
@@ -184,11 +184,11 @@ int32_t populate_all_sel_events(void) {
     }
     const uint16_t total = reported.value;
     if (total == 0) {
-        return 0;
+        return FE_SEL_OK;
     }
     auto *list = static_cast<sel_list_entry *>(malloc(total * sizeof(sel_list_entry)));
     if (list == nullptr) {
-        return 0;
+        return FE_SEL_OK;
     }
     const int32_t result = decode_all(area, list, total) ? process_all(list, area.decoded_total) : FE_SEL_NO_CHUNK;
     free(list);

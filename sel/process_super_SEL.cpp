@@ -16,7 +16,6 @@
 namespace {
 
 constexpr int32_t last_ordinary_sensor = 255;
-constexpr uint32_t extended_text_kind = 31;
 
 void log_record(int32_t sensor_number, const uint8_t *bytes) {
     fe_logger("process_suport_sel_data: %d %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x\n",
@@ -84,38 +83,41 @@ struct formatted_record {
 };
 
 bool format(const sel_record &record, int32_t sensor_number, formatted_record &formatted) {
-    alignas(4) sel_record copy = record; // of the library's own, since the severity is read from the record afterwards
+    alignas(4) sel_record copy = record; // the library may write into it, and the severity is read from the record
     formatted.timestamp_length.value = sizeof formatted.timestamp;
     const int32_t result = HVLGSELEntryToStr(
         reinterpret_cast<const uint8_t *>(&copy), 0, formatted.timestamp, &formatted.timestamp_length.value,
         formatted.event, &formatted.flag_1.value, &formatted.flag_2.value, formatted.work, sensor_number);
     terminate(formatted.timestamp);
+    terminate(formatted.event);
     return result == 0;
 }
 
-// The text record as the SEL library gives it on the ordinary road, complete though the road reads only the event.
-sel_text_rec text_of(const formatted_record &formatted) {
+// Asks the library for the date, too, as it expects; the road has no use for it.
+void format_date(formatted_record &formatted) {
     alignas(4) char date[32] = {};
     HVLGSELUnixToCTime(formatted.timestamp, date);
+}
 
-    sel_text_rec text{};
-    text.kind = extended_text_kind;
-    copy_text(text.date, date);
-    text.timestamp_length = formatted.timestamp_length.value;
-    if (text.timestamp_length > 1) {
-        memcpy(text.timestamp, formatted.timestamp, strnlen(formatted.timestamp, text.timestamp_length - 1));
+int32_t commit_extended_request(fe_read_buf *request, const char *event_text) {
+    static bool duplicate_pass_done; // guarded by fe_write_buf_mutex
+
+    const auto use = enter_buffer<fe_write_buf_struct>();
+    fe_write_buf_struct *wbuf = use.buffer;
+    if (wbuf == nullptr) {
+        return FE_SEL_NO_WRITE_BUFFER;
     }
-    text.flag = formatted.flag_2.value;
-    copy_text(text.event, formatted.event);
-    text.event_length = static_cast<uint32_t>(strlen(text.event));
-    return text;
+    log_event(event_text, *request);
+    pthread_mutex_lock(&wbuf->fe_write_buf_mutex);
+    commit_request(sel_road::extended, request, wbuf, duplicate_pass_done);
+    pthread_mutex_unlock(&wbuf->fe_write_buf_mutex);
+    leave_write_buffer(use);
+    return FE_SEL_OK;
 }
 
 } // namespace
 
 int32_t process_super_sel_data(const uint8_t *sel_bytes) {
-    static bool duplicate_pass_done; // guarded by fe_write_buf_mutex
-
     const auto &extended = *reinterpret_cast<const super_sel_rec *>(sel_bytes);
     const sel_record record = ordinary_record(extended);
     const auto sensor_number = static_cast<int32_t>(little_endian(extended.sensor_number));
@@ -136,23 +138,12 @@ int32_t process_super_sel_data(const uint8_t *sel_bytes) {
     if (!format(record, sensor_number, formatted)) {
         return FE_SEL_NO_EXTENDED_TEXT;
     }
-    const sel_text_rec text = text_of(formatted);
-    event_words words = cut_words(text.event);
+    format_date(formatted);
+    event_words words = cut_words(formatted.event);
     take_sensor_name(words, request.sensor_name);
     if (const int32_t result = fe_get_severity(&request, &sensor, record_bytes); result < 0) {
         return result;
     }
-    settle_after_bios_post(request.sensor_name, request);
-
-    const auto use = enter_buffer<fe_write_buf_struct>();
-    fe_write_buf_struct *wbuf = use.buffer;
-    if (wbuf == nullptr) {
-        return FE_SEL_NO_WRITE_BUFFER;
-    }
-    log_event(text, request);
-    pthread_mutex_lock(&wbuf->fe_write_buf_mutex);
-    commit_request(sel_road::extended, &request, wbuf, duplicate_pass_done);
-    pthread_mutex_unlock(&wbuf->fe_write_buf_mutex);
-    leave_write_buffer(use);
-    return 0;
+    clear_stale_after_self_test(request.sensor_name, request);
+    return commit_extended_request(&request, formatted.event);
 }

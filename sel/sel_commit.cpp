@@ -15,7 +15,7 @@ void fill_request(fe_read_buf *request, const sensor_data_record &sensor, int32_
     request->sens_num = sensor.sensor_number;
 }
 
-void settle_after_bios_post(const char *reporter, const fe_read_buf &request) {
+void clear_stale_after_self_test(const char *reporter, const fe_read_buf &request) {
     if (fe_flag(&sel_init_complete) == 0 || strcmp(reporter, "BIOS_POST_CMPLT") != 0) {
         return;
     }
@@ -26,8 +26,8 @@ void settle_after_bios_post(const char *reporter, const fe_read_buf &request) {
     }
 }
 
-void log_event(const sel_text_rec &text, const fe_read_buf &request) {
-    fe_logger("\n\nSEL Event: %s\n", text.event);
+void log_event(const char *event_text, const fe_read_buf &request) {
+    fe_logger("\n\nSEL Event: %s\n", event_text);
     fe_logger("Sensor Name: %s\n", request.sensor_name);
     fe_logger("Sensor Number: %u\n", request.sens_num);
     fe_logger("Entity Id: %u\n", unsigned{request.entity_id});

@@ -9,12 +9,12 @@ enum class sel_road { ordinary, extended };
 // Fills a zeroed request from the sensor's record, all but name, severity and fault number.
 void fill_request(fe_read_buf *request, const sensor_data_record &sensor, int32_t entity_instance);
 
-// The end of the BIOS power-on self test settles the sensors: if `reporter` is the one that reports it after start-up,
-// waits for 30 seconds, then drops stale faults if the event clears. The reporter is the first word of the event text
-// on the ordinary road, the sensor's name on the extended one. Called with no lock held.
-void settle_after_bios_post(const char *reporter, const fe_read_buf &request);
+// After start-up, and if `reporter` tells the end of the BIOS self test: waits 30 seconds until the sensors have settled and,
+// if the event clears, runs the stale pass twice. `reporter` is the first word of the event text as it stands on the ordinary
+// road, the sensor's name on the extended one. Called with no lock held.
+void clear_stale_after_self_test(const char *reporter, const fe_read_buf &request);
 
-void log_event(const sel_text_rec &text, const fe_read_buf &request);
+void log_event(const char *event_text, const fe_read_buf &request);
 
 // From the dispatch to the cleared record; the caller holds fe_write_buf_mutex. The first record of a road after
 // start-up also runs the duplicate pass; `duplicate_pass_done` remembers that, and the mutex guards it.

@@ -2,6 +2,8 @@
 
 #include <iterator>
 
+#include "base/ipmi.h"
+
 namespace {
 
 // By entity id.
@@ -81,7 +83,9 @@ struct Range {
     uint8_t first, last;
     const char *name;
 };
-constexpr Range ranges[] = {{208, 211, "storage"}, {212, 215, "storage switch"}, {216, 216, "chassis controller"}};
+constexpr Range ranges[] = {{entity_id::storage_0, entity_id::storage_3, "storage"},
+                            {entity_id::plax_0, entity_id::plax_3, "storage switch"},
+                            {entity_id::cmc, entity_id::cmc, "chassis controller"}};
 
 } // namespace
 

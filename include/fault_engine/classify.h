@@ -31,8 +31,8 @@ FE_EXPORT int32_t fe_get_severity(struct fe_read_buf *request, const struct sens
 /*
  * Fault number of the event, by the request's entity_id, written to fe_fault_num. Returns 0, also for events that are
  * known but have no number (fe_fault_num then stays), or -1 for an event without a place in the tables. The families
- * of memory and PCI also write the instances, that of memory also the severity, some of it before they find that the
- * event is refused. The pointers must be valid.
+ * of memory and PCI also write the instances, that of memory also the severity. That of memory writes some of them before
+ * it finds that the event is refused. The pointers must be valid.
  */
 FE_EXPORT int32_t get_fault_num(struct fe_read_buf *request, const struct sensor_data_record *sensor,
                                 const uint8_t *sel_bytes);

@@ -7,7 +7,7 @@
  *
  * Order of stop: fe_init_interface() returns; the listener sets fe_not_running and wakes the fault processor, which
  * finishes the request in hand, waits for SEL roads that work on the write buffer, and frees it; the listener frees
- * the read buffer once the fault processor has left it. A SEL record that comes after that is refused (-1). The SEL
+ * the read buffer once the fault processor has left it. A SEL record that comes after that is refused (FE_SEL_NO_WRITE_BUFFER). The SEL
  * thread sees fe_not_running at the next activity of its FIFO: whoever stops the engine writes a record into the FIFO,
  * one that is ignored (sensor type 0x10), since it may stay there until the next start. A request still in the read
  * buffer was never taken from its producer.

@@ -52,35 +52,36 @@ struct fe_write_buf {
     uint8_t reserved_2[2]; /* zero */
     int32_t entity_group_instance; /* group instance of the entity */
     int32_t entity_instance;       /* instance number of the entity, from 1 on the SEL road; second key of the table */
-    int32_t vemoFaultSeverity;     /* enum fe_severity; also the clean-up passes */
+    int32_t vemoFaultSeverity;     /* enum fe_severity; the clean-up passes write it, too */
     int32_t fe_fault_num;          /* fault number (classify.h) */
     int32_t vemoFaultTags;         /* fault tags; 0 on the SEL road */
-    char sensor_name[FE_SENSOR_NAME_SIZE];       /* name of the sensor that reported the event */
-    uint8_t opaque_44[4];                        /* not interpreted here; the request has eventType at this offset */
-    uint32_t sens_num;                           /* IPMI sensor number; 0..255 name a real sensor */
-    uint32_t vemoFaultIndex;                     /* fault index */
-    uint8_t opaque_56[8];                        /* not interpreted here */
-    char severity_word[FE_SEVERITY_WORD_SIZE];   /* word of the request's severity code; written by this library */
-    char entity_DN[80];                          /* distinguished name of the entity */
-    char fault_DN[80];                           /* distinguished name of the fault */
-    char entity_RN[32];                          /* relative name of the entity */
-    char fault_RN[32];                           /* relative name of the fault */
-    uint8_t opaque_320[128];                     /* not interpreted here */
-    uint8_t VemoManagedObjectIdLength;           /* managed object id length */
-    uint8_t reserved_449[3];                     /* zero */
-    char FaultDescription[224];                  /* description of the fault */
-    char TimeOfEvent[FE_TIME_TEXT_SIZE];         /* time of this occurrence, as text */
-    char PreviousTimeOfEvent[FE_TIME_TEXT_SIZE]; /* time of the previous occurrence, as text; also the table update */
-    int32_t Fault_time;                          /* the moment of TimeOfEvent, in the entity filter's unit */
-    int32_t Previous_Fault_time;                 /* the moment of PreviousTimeOfEvent; also the table update */
-    uint8_t PreviousSeverity;                    /* severity code before this event; also the clean-up passes */
+    char sensor_name[FE_SENSOR_NAME_SIZE];     /* name of the sensor that reported the event */
+    uint8_t opaque_44[4];                      /* not interpreted here; the request has eventType at this offset */
+    uint32_t sens_num;                         /* IPMI sensor number; 0..255 name a real sensor */
+    uint32_t vemoFaultIndex;                   /* fault index */
+    uint8_t opaque_56[8];                      /* not interpreted here */
+    char severity_word[FE_SEVERITY_WORD_SIZE]; /* word of the request's severity code; written by this library */
+    char entity_DN[80];                        /* distinguished name of the entity */
+    char fault_DN[80];                         /* distinguished name of the fault */
+    char entity_RN[32];                        /* relative name of the entity */
+    char fault_RN[32];                         /* relative name of the fault */
+    uint8_t opaque_320[128];                   /* not interpreted here */
+    uint8_t VemoManagedObjectIdLength;         /* managed object id length */
+    uint8_t reserved_449[3];                   /* zero */
+    char FaultDescription[224];                /* description of the fault */
+    char TimeOfEvent[FE_TIME_TEXT_SIZE];       /* time of this occurrence, as text */
+    char PreviousTimeOfEvent
+        [FE_TIME_TEXT_SIZE];     /* time of the previous occurrence, as text; the table update writes it, too */
+    int32_t Fault_time;          /* the moment of TimeOfEvent, in the entity filter's unit */
+    int32_t Previous_Fault_time; /* the moment of PreviousTimeOfEvent; the table update writes it, too */
+    uint8_t PreviousSeverity;    /* severity code before this event; the clean-up passes write it, too */
     uint8_t vemoFaultOccur;     /* occurrences, counted in 8 bits (255 is followed by 0); written by the table update */
     uint8_t reserved_750[2];    /* zero */
     int32_t ProbableCause;      /* probable-cause code; get_probable_cause_string() gives its word */
     char opaque_text_756[36];   /* not interpreted here */
     char opaque_text_792[32];   /* not interpreted here */
     int32_t vemoFaultCode;      /* fault code; third key of the table; get_fault_code_string() gives its name */
-    int32_t prev_vemoFaultCode; /* fault code before this event; also the clean-up passes */
+    int32_t prev_vemoFaultCode; /* fault code before this event; the clean-up passes write it, too */
     struct fe_related_fault_code related_FaultCode; /* written by lookup_fill_related_threshold_fault_code() */
     char FaultName[64];                             /* name of the fault */
     uint8_t opaque_924[36];                         /* not interpreted here */

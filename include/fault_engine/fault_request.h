@@ -15,13 +15,13 @@
  *
  * Both flags are int32_t of the core library. fe_read_complete is set under the first mutex and cleared under the
  * second, and fe_not_running is read without any, so all use relaxed atomic accesses (fe_flag() and fe_set_flag() of
- * the core library's header). The two conditions are under-aligned on 32-bit ARM: pass them on with fe_cond_of().
+ * the core library's header). All three conditions are under-aligned on 32-bit ARM: pass them on with fe_cond_of().
  *
  * Use of the write buffer: lock fe_write_buf_mutex, have the record filled, completed, stored and broadcast, zero it,
  * unlock. Nobody reads or writes the record without the mutex.
  *
  * Lock order: fe_write_buf_mutex, then fe_table_mutex (fault_table.h). The read buffer's two mutexes are never held
- * together, nor with any other.
+ * together, nor with any other that is exported.
  */
 #ifndef FAULT_ENGINE_FAULT_REQUEST_H
 #define FAULT_ENGINE_FAULT_REQUEST_H

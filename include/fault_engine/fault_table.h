@@ -6,8 +6,8 @@
  * Ownership: the table owns its nodes and stored records; they live on the heap. It starts empty and is never freed
  * as a whole.
  *
- * Locking: fe_table_mutex guards everything that is declared here, the storage counters of the library, and the
- * table files. Lock order: fe_write_buf_mutex (fault_request.h), then fe_table_mutex. It is not recursive.
+ * Locking: fe_table_mutex guards everything that is declared here but the two output areas of the sensor calls, the
+ * storage counters of the library, and the table files. Lock order: fe_write_buf_mutex (fault_request.h), then fe_table_mutex. It is not recursive.
  *
  * Invariants, whenever fe_table_mutex is free
  *   - Each entry on the chain is referenced by exactly one fault node, which lies under the entity node and the

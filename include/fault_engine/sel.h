@@ -13,8 +13,8 @@
 #include "fault_engine/fault_record.h"
 
 enum fe_sel_result {
-    FE_SEL_OK = 0,                /* the record was ignored or processed; an empty SEL; no memory for the walk */
-    FE_SEL_REFUSED = -1,          /* severity or fault number selection refused the event */
+    FE_SEL_OK = 0,       /* the record was ignored or processed; an empty SEL; no memory for the walk */
+    FE_SEL_REFUSED = -1, /* severity or fault number selection refused the event; not to be told from the next */
     FE_SEL_NO_WRITE_BUFFER = -1,  /* there is no write buffer, or no record in it */
     FE_SEL_NO_SIZE = -1,          /* the size of the SEL cannot be read */
     FE_SEL_NO_EXTENDED_TEXT = -2, /* the text of an extended record could not be made */
@@ -107,7 +107,7 @@ struct sel_text_rec {
     uint8_t flag;
     uint8_t reserved_77[3];
     uint32_t event_length; /* length of the event text */
-    char event[256];       /* event text; NUL-terminated where it comes from a library that keeps its word */
+    char event[256];       /* event text; the SEL library may leave out its NUL */
 };
 static_assert(sizeof(struct sel_text_rec) == 340, "a SEL text record is 340 bytes");
 FE_AT(sel_text_rec, date, 4);
@@ -142,7 +142,7 @@ extern "C" {
  * Turns one 16-byte SEL record into a fault and commits it: dispatch, related codes, fault table, broadcast (the last
  * only once the start-up walk is over). Null gives FE_SEL_NO_RECORD. Takes fe_write_buf_mutex, and fe_table_mutex inside
  * it; the caller holds none of the engine's locks. Its own working storage is on the stack. After start-up a
- * "BIOS_POST_CMPLT" record pauses for 30 seconds.
+ * "BIOS_POST_CMPLT" record pauses for 30 seconds; one that clears also takes fe_table_mutex alone, in two stale passes.
  */
 FE_EXPORT int32_t process_sel_data(const uint8_t *sel_bytes);
 

@@ -2,13 +2,13 @@
 
 #include <memory>
 
+#include "base/ipmi.h"
 #include "tools/progress.h"
 
 namespace bmc {
 namespace {
 
 constexpr int sdr_attempts = 3; // to read sensor data records that change meanwhile
-constexpr uint8_t bmc_owner = 0x20;
 constexpr uint8_t event_only = 3;
 
 // Shows the records on their way.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "base/ipmi.h"
+
 namespace report {
 
 using nlohmann::json;
@@ -30,10 +32,9 @@ std::optional<int64_t> time_of(const json &line, const char *key) {
 
 // Who says it: the sensor, and the generator if that is not the BMC.
 std::string source_of(const json &line) {
-    constexpr int64_t bmc = 0x20;
-    const int64_t generator = optional_number(line, "generator_id").value_or(bmc);
+    const int64_t generator = optional_number(line, "generator_id").value_or(bmc_owner);
     char text[32] = "";
-    if (generator != bmc) {
+    if (generator != bmc_owner) {
         snprintf(text, sizeof text, " (generator 0x%02x)", static_cast<unsigned>(generator));
     }
     const std::string sensor = text_of(line, "sensor");
