@@ -100,8 +100,8 @@ void warn_of_strangers(const Capture &capture, const CaptureFiles &files, Warnin
     for (const sel_record &bytes : capture.records) {
         const story::Record record = story::read_record(bytes);
         const auto &sensor = capture.sensors[record.sensor_number];
-        events += story::is_system_event(record);
-        strange += story::is_system_event(record) && (!sensor || sensor->sensor_type != record.event.sensor_type);
+        events += story::has_sensor(record);
+        strange += story::has_sensor(record) && (!sensor || sensor->sensor_type != record.event.sensor_type);
     }
     if (strange * 2 > events) {
         warnings.push_back(files.sdr + ": most records of " + files.sel + " (" + std::to_string(strange) + " of " +

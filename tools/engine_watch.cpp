@@ -118,7 +118,7 @@ Reason reason_of(int32_t result, const story::Record &record) {
     case FE_SEL_REFUSED: return in_hand.classified ? Reason::no_fault_number : Reason::no_severity;
     case FE_SEL_NO_SENSOR: return Reason::no_sensor;
     case FE_SEL_WRONG_RECORD:
-        if (!story::is_system_event(record)) {
+        if (!story::has_sensor(record)) {
             return Reason::oem;
         }
         return sensor != nullptr && sensor->owner != (record.generator_id & 0xFF) ? Reason::other_owner

@@ -6,9 +6,14 @@
 
 class Progress {
 public:
+    Progress() = default;
+    ~Progress() { erase(); }
+    Progress(const Progress &) = delete;
+    Progress &operator=(const Progress &) = delete;
+
     void expect(size_t total) { total_ = total; }
     void step(const char *what); // one more is done
-    void erase();                // before anything else is printed, and at the end
+    void erase();                // before anything else is printed
 
 private:
     std::chrono::steady_clock::time_point next_ = std::chrono::steady_clock::now() + std::chrono::seconds(1);

@@ -38,7 +38,7 @@ bool RefusedList::Key::operator<(const Key &other) const {
 
 RefusedList::Key RefusedList::key_of(const story::Refused &refused) {
     const story::Record &record = refused.record;
-    if (!story::is_system_event(record)) {
+    if (!story::has_sensor(record)) {
         return {refused.serious, refused.reason, 0, 0, "-", story::event_words(record)};
     }
     return {refused.serious,

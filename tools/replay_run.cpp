@@ -15,7 +15,6 @@ namespace {
 class WithProgress : public story::Listener {
 public:
     WithProgress(story::Listener &listener, size_t records) : listener_(listener) { progress_.expect(records); }
-    ~WithProgress() override { progress_.erase(); }
     void change(const story::Change &change) override {
         progress_.erase();
         listener_.change(change);

@@ -41,12 +41,11 @@ Record read_record(const sel_record &bytes) {
             .time = has_time ? std::optional(time) : std::nullopt,
             .generator_id = static_cast<uint16_t>(little_endian(bytes.generator_id)),
             .sensor_number = bytes.sensor_number,
-            .event = {bytes.sensor_type, static_cast<uint8_t>(bytes.event_dir_type & 0x7F),
-                      static_cast<uint8_t>(bytes.event_data[0] & 0x0F), (bytes.event_dir_type & 0x80) != 0},
+            .event = ipmi_access::event_of(bytes),
             .data = {bytes.event_data[0], bytes.event_data[1], bytes.event_data[2]}};
 }
 
-bool is_system_event(const Record &record) {
+bool has_sensor(const Record &record) {
     return record.type < sel_record_type::first_oem;
 }
 

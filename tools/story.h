@@ -27,8 +27,8 @@ struct Record {
 };
 Record read_record(const sel_record &bytes);
 
-// OEM records have neither sensor nor generator.
-bool is_system_event(const Record &record);
+// False for OEM records, which have neither sensor nor generator.
+bool has_sensor(const Record &record);
 
 // Why a record became no fault.
 enum class Reason { no_sensor, other_owner, sensor_type_differs, no_severity, no_fault_number, oem, other };

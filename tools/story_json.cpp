@@ -163,12 +163,12 @@ std::string JsonLines::fault(const Fault &fault) {
 
 std::string JsonLines::refused(const Refused &refused) {
     const Record &record = refused.record;
-    const bool has_sensor = is_system_event(record);
+    const bool named = has_sensor(record);
     std::string line = head("refused");
     add_record(line, &record);
-    const Json rest = {{"sensor", has_sensor ? Json(sensor_label(record)) : Json(nullptr)},
-                       {"sensor_number", has_sensor ? Json(record.sensor_number) : Json(nullptr)},
-                       {"generator_id", has_sensor ? Json(record.generator_id) : Json(nullptr)},
+    const Json rest = {{"sensor", named ? Json(sensor_label(record)) : Json(nullptr)},
+                       {"sensor_number", named ? Json(record.sensor_number) : Json(nullptr)},
+                       {"generator_id", named ? Json(record.generator_id) : Json(nullptr)},
                        {"event", event_words(record)},
                        {"reason", reason_key(refused.reason)},
                        {"serious", refused.serious}};

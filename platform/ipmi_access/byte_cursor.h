@@ -36,7 +36,6 @@ public:
 
     uint8_t u8() { return static_cast<uint8_t>(little_endian(1)); }
     uint16_t u16() { return static_cast<uint16_t>(little_endian(2)); }
-    uint32_t u32() { return little_endian(4); }
 
 private:
     std::span<const uint8_t> bytes_;

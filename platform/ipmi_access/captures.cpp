@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "base/ipmi.h"
+#include "base/wire_bytes.h"
 #include "fault_engine/sel.h"
-#include "platform/ipmi_access/byte_cursor.h"
 #include "platform/ipmi_access/event_text.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
 #include "platform/time_text.h"
@@ -117,13 +117,11 @@ int32_t put_extended_text(const uint8_t *bytes, int32_t, char *timestamp, uint16
                           uint8_t *flag_1, uint8_t *flag_2, uint8_t *, int32_t sensor_number) {
     sel_record record;
     memcpy(&record, bytes, sizeof record);
-    const Event fields{record.sensor_type, static_cast<uint8_t>(record.event_dir_type & 0x7F),
-                       static_cast<uint8_t>(record.event_data[0] & 0x0F), (record.event_dir_type & 0x80) != 0};
-    const uint32_t seconds = ByteCursor(record.timestamp).u32();
+    const uint32_t seconds = little_endian(record.timestamp);
     const size_t room = *timestamp_length;
     *timestamp_length = static_cast<uint16_t>(snprintf(timestamp, room, "%u", seconds) + 1);
     snprintf(event, sizeof(sel_text_rec::event), "%s",
-             event_text(sensor_name(static_cast<uint32_t>(sensor_number)), fields).c_str());
+             event_text(sensor_name(static_cast<uint32_t>(sensor_number)), event_of(record)).c_str());
     *flag_1 = 0;
     *flag_2 = 0;
     return 0;
@@ -152,6 +150,7 @@ Hooks hooks = {
 
 void serve(Capture capture) {
     server = std::move(capture);
+    ranks = {};
     for (const auto &sensor : server.sensors) {
         if (sensor) {
             ranks[sensor->number] = rank_among(server.sensors, *sensor);

@@ -19,6 +19,11 @@ bool name_is_second_word(const std::string &name) {
 
 } // namespace
 
+Event event_of(const sel_record &record) {
+    return {record.sensor_type, static_cast<uint8_t>(record.event_dir_type & 0x7F),
+            static_cast<uint8_t>(record.event_data[0] & 0x0F), (record.event_dir_type & 0x80) != 0};
+}
+
 std::string event_words(const Event &event) {
     const char *end = event.deasserted ? " - Deasserted" : "";
     const EventRow *row = find_row(event);

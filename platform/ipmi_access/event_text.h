@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "fault_engine/sel.h"
+
 namespace ipmi_access {
 
 struct Event {
@@ -14,6 +16,8 @@ struct Event {
 
     bool operator==(const Event &) const = default;
 };
+
+Event event_of(const sel_record &record);
 
 // "Upper Critical going high", "Failure detected - Deasserted", "Event Offset 0x3" for one that has no words.
 std::string event_words(const Event &event);

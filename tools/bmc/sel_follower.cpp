@@ -5,6 +5,7 @@
 #include <cstring>
 #include <set>
 
+#include "base/wire_bytes.h"
 #include "tools/bmc/bmc_error.h"
 
 namespace bmc {
@@ -182,7 +183,7 @@ void remark_fullness(const SelInfo &before, const SelInfo &now, std::vector<std:
 } // namespace
 
 uint16_t id_of(const sel_record &record) {
-    return static_cast<uint16_t>(record.record_id[0] | record.record_id[1] << 8);
+    return static_cast<uint16_t>(little_endian(record.record_id));
 }
 
 bool same(const sel_record &a, const sel_record &b) {

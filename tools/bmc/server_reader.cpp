@@ -15,7 +15,6 @@ constexpr uint8_t event_only = 3;
 class CountedSel : public SelSource {
 public:
     explicit CountedSel(SelSource &source) : source_(source) {}
-    ~CountedSel() override { progress_.erase(); }
 
     SelInfo sel_info() override {
         const SelInfo info = source_.sel_info();

@@ -4,11 +4,12 @@
 #include <cstdio>
 #include <ctime>
 
+#include "platform/time_text.h"
+
 namespace report {
 
 namespace {
 
-constexpr int64_t first_date = 0x20000000; // before it: seconds since the system's start
 constexpr int64_t minute = 60;
 constexpr int64_t hour = 60 * minute;
 constexpr int64_t day = 24 * hour;
@@ -122,7 +123,7 @@ Clock make_clock(std::span<const std::optional<int64_t>> times) {
 }
 
 bool is_date(int64_t time) {
-    return time >= first_date;
+    return time >= sel_time_first_date;
 }
 
 std::string time_text(int64_t time) {

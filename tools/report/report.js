@@ -11,8 +11,9 @@ const rowsAtOnce = 250;
 
 function element(name, attributes = {}, ...children) {
     const made = document.createElementNS(`http://www.w3.org/${svg.includes(name) ? '2000/svg' : '1999/xhtml'}`, name);
-    for (const [key, value] of Object.entries(attributes))
+    for (const [key, value] of Object.entries(attributes)) {
         made.setAttribute(key, value);
+    }
     made.append(...children);
     return made;
 }
@@ -49,8 +50,9 @@ function unpackLife([name, track, end, numbers], server) {
     const all = records(numbers, server), last = all.at(-1);
     const life = {track, active: end === 0, records: all, from: all[0].place, to: end === 0 ? server.end : last.place};
     const worst = all.reduce((level, record) => Math.max(level, record.severity), 0);
-    if (!life.active)
+    if (!life.active) {
         last.change = ends[end];
+    }
     all[0].change = 'raised';
     life.title = [data.words[name], severities[worst], `raised ${timeText(all[0].time)}`,
                   life.active ? 'active' : `${ends[end]} ${timeText(last.time)}`, `records: ${all.length}`].join(', ');
@@ -68,17 +70,19 @@ function levels(life, least) {
     const drawn = [];
     life.records.forEach(({place, severity}, at) => {
         const next = life.records[at + 1], before = drawn.at(-1);
-        if (!next && !life.active)
+        if (!next && !life.active) {
             return;
+        }
         const to = next ? next.place : life.to;
         const free = before ? Math.max(place, before[0] + least) : place;
-        if (before && place < free && to <= free)
+        if (before && place < free && to <= free) {
             before[2] = Math.max(before[2], severity);
-        else if (before && before[2] === severity && before[1] >= place)
+        } else if (before && before[2] === severity && before[1] >= place) {
             before[1] = Math.max(before[1], to);
-        else {
-            if (before)
+        } else {
+            if (before) {
                 before[1] = Math.min(before[1], free);
+            }
             drawn.push([free, Math.max(to, free + least), severity]);
         }
     });
@@ -90,8 +94,9 @@ function ticks(life, view) {
     const drawn = [];
     life.records.forEach(({place, severity, change}, at) => {
         const apart = drawn.length === 0 || place >= drawn.at(-1) + 3 * view.grain;
-        if (change === 'repeated' && severity === life.records[at - 1].severity && apart && place >= view.from && place <= view.to)
+        if (change === 'repeated' && severity === life.records[at - 1].severity && apart && place >= view.from && place <= view.to) {
             drawn.push(place);
+        }
     });
     return drawn;
 }
@@ -102,12 +107,14 @@ function drawBar(life, number, view) {
     for (const [from, to, severity] of levels(life, view.grain * 2.5)) {
         const left = Math.max(from, view.from - view.grain * 9), right = Math.min(to, view.to + view.grain * 9);
         const height = 1 + 3 * severity;
-        if (left < right)
+        if (left < right) {
             bar.append(element('rect', {class: severities[severity], x: view.percent(left), y: top + trackHeight - height,
                                       width: view.share(right - left), height}));
+        }
     }
-    for (const place of ticks(life, view))
+    for (const place of ticks(life, view)) {
         bar.append(element('rect', {class: 'tick', x: view.percent(place), y: top, width: 1.5, height: trackHeight}));
+    }
     return bar;
 }
 
@@ -116,11 +123,12 @@ function drawLane(lane, server, view) {
     const bars = [], drawn = [];
     lives(lane, server).forEach((life, number) => {
         const last = drawn[life.track];
-        if (life.to < view.from || life.from > view.to)
+        if (life.to < view.from || life.from > view.to) {
             return;
-        if (last && life.to <= last.reach)
-            last.bar.dataset.n++;
-        else {
+        }
+        if (last && life.to <= last.reach) {
+            ++last.bar.dataset.n;
+        } else {
             bars.push(drawBar(life, number, view));
             drawn[life.track] = {bar: bars.at(-1), reach: life.from + view.grain};
         }
@@ -131,10 +139,11 @@ function drawLane(lane, server, view) {
 function drawMarks(server, view) {
     const apart = [];
     for (const [place, number] of server.serious.filter(([place]) => place >= view.from && place <= view.to)) {
-        if (apart.length > 0 && place < apart.at(-1).place + view.grain * 8)
-            apart.at(-1).n++;
-        else
+        if (apart.length > 0 && place < apart.at(-1).place + view.grain * 8) {
+            ++apart.at(-1).n;
+        } else {
             apart.push({place, number, n: 1});
+        }
     }
     return apart.map(({place, number, n}) => {
         const {source, event} = server.refused[number], others = n === 1 ? '' : ` and ${n - 1} more`;
@@ -151,10 +160,12 @@ function axisMarks(server, view) {
         const seen = Math.max(first, first + (view.from - place) / perSecond);
         for (let time = Math.ceil(seen / step) * step; time <= last; time += step) {
             const at = place + (time - first) * perSecond;
-            if (at > view.to)
+            if (at > view.to) {
                 break;
-            if (marks.length > 0 && at < marks.at(-1).at + 80 * view.grain)
+            }
+            if (marks.length > 0 && at < marks.at(-1).at + 80 * view.grain) {
                 continue;
+            }
             const text = timeText(time), date = text.slice(0, 10), clock = text.slice(11, step < 60 ? 19 : 16);
             const short = step >= 86400 ? date : date === before ? clock : `${date.slice(5)} ${clock}`;
             marks.push({at, text: time < firstDate ? text : short});
@@ -179,10 +190,11 @@ function recordPanel(name, groups) {
     const more = button('', () => add(rowsAtOnce * 8));
     const add = number => {
         for (const row of rows.splice(0, number)) {
-            if (typeof row === 'string')
+            if (typeof row === 'string') {
                 table.append(element('tbody', {}, element('tr', {}, element('th', {colspan: 5, scope: 'rowgroup'}, row))));
-            else
+            } else {
                 table.lastChild.append(recordRow(row));
+            }
         }
         more.textContent = `Show more (${rows.length.toLocaleString('en')} left)`;
         rows.length > 0 ? panel.append(more) : more.remove();
@@ -195,8 +207,9 @@ function recordPanel(name, groups) {
 function togglePanel(holder, key, name, groups) {
     const open = holder.querySelector('.records');
     open?.remove();
-    if (open?.dataset.key === String(key))
+    if (open?.dataset.key === String(key)) {
         return false;
+    }
     holder.append(recordPanel(name, groups));
     holder.lastChild.dataset.key = key;
     return true;
@@ -216,8 +229,9 @@ class Timeline {
         this.lanes = [...root.querySelectorAll('.lane')];
         for (const lane of this.lanes) {
             const name = lane.querySelector('.name');
-            if (lane.dataset.lane !== undefined)
+            if (lane.dataset.lane !== undefined) {
                 name.append(button([...name.childNodes], () => this.open(lane, null), {'aria-expanded': false}));
+            }
         }
         root.classList.add('live');
         root.tabIndex = 0;
@@ -247,8 +261,9 @@ class Timeline {
     }
 
     wheel(event) {
-        if (!event.ctrlKey)
+        if (!event.ctrlKey) {
             return;
+        }
         const box = this.grid.getBoundingClientRect(), at = (event.clientX - box.left) / box.width;
         this.zoom(Math.exp(event.deltaY / 300), Math.min(1, Math.max(0, at)));
         event.preventDefault();
@@ -256,30 +271,34 @@ class Timeline {
 
     // Dragging moves the view; letting go where it began opens what is there.
     grab(event) {
-        if (event.button !== 0 || !event.target.closest('.bars'))
+        if (event.button !== 0 || !event.target.closest('.bars')) {
             return;
+        }
         const {from, to} = this, {grain} = this.view(), stop = new AbortController(), {signal} = stop;
         let moved = false;
         addEventListener('pointermove', other => {
             const by = event.clientX - other.clientX;
             moved ||= Math.abs(by) > 4;
-            if (moved)
+            if (moved) {
                 this.show(from + by * grain, to + by * grain);
+            }
         }, {signal});
         addEventListener('pointercancel', () => stop.abort(), {signal});
         addEventListener('pointerup', () => {
             stop.abort();
-            if (!moved)
+            if (!moved) {
                 this.openAt(event.target);
+            }
         }, {signal});
     }
 
     openAt(target) {
         const lane = target.closest('.lane'), bar = target.closest('.bar'), mark = target.closest('.mark');
-        if (bar)
+        if (bar) {
             this.open(lane, Number(bar.dataset.life));
-        else if (mark)
+        } else if (mark) {
             toggleRefused(lane, mark.dataset.refused, this.server);
+        }
     }
 
     open(lane, number) {

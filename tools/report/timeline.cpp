@@ -79,7 +79,7 @@ Severity worst_of(const Life &life) {
 }
 
 const char *end_word(LifeEnd end) {
-    constexpr const char *words[] = {"active", "cleared ", "evicted "};
+    constexpr const char *words[] = {"active", "cleared", "evicted"};
     return words[static_cast<size_t>(end)];
 }
 
@@ -87,7 +87,7 @@ std::string life_title(const Life &life, const ServerLog &log, const Words &word
     std::string title = words.text(life.name) + ", " + severity_words[static_cast<size_t>(worst_of(life))] +
                         ", raised " + time_text(log.times[life.entries.front().line]) + ", " + end_word(life.end);
     if (life.end != LifeEnd::active) {
-        title += time_text(log.times[life.entries.back().line]);
+        title += " " + time_text(log.times[life.entries.back().line]);
     }
     return title + ", " + std::to_string(life.entries.size()) + (life.entries.size() == 1 ? " record" : " records");
 }
