@@ -16,7 +16,6 @@ namespace story {
 namespace {
 
 constexpr int32_t inoperable = 214, degraded = 218; // probable causes
-constexpr int32_t own_threshold_codes = 5000;       // of the entity filter: three levels each
 
 // By event/reading type, for faults that are no measurement.
 struct EventTypeWords {
@@ -106,9 +105,9 @@ int32_t measurement_code(int32_t table_code) {
     for (const int32_t related : related_codes(code)) {
         least = related != 0 ? std::min(least, related) : least;
     }
-    const bool is_own_threshold = code >= own_threshold_codes;
+    const bool is_own_threshold = code >= entity_filter::own_threshold_codes;
     if (is_own_threshold) {
-        least = code - (code - own_threshold_codes) % 3;
+        least = code - (code - entity_filter::own_threshold_codes) % 3;
     }
     return table_code - code + least;
 }

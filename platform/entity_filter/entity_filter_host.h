@@ -15,6 +15,7 @@ struct fe_write_buf_struct;
 namespace entity_filter {
 
 constexpr int32_t codes_per_rank = 10000;
+constexpr int32_t own_threshold_codes = 5000; // of groups that no list knows: + 3 * sensor type + level
 
 enum class EntityClass : uint8_t;
 

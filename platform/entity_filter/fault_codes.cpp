@@ -5,6 +5,7 @@
 
 #include "base/ipmi.h"
 #include "fault_engine/fault_request.h"
+#include "platform/entity_filter/entity_filter_host.h"
 
 namespace entity_filter {
 namespace {
@@ -70,7 +71,6 @@ constexpr Measurement measurements[] = {
 // Codes of our own, for what the lists here don't know.
 constexpr int32_t own_code_of_number = 3000;      // + fault number
 constexpr int32_t own_code_of_sensor_type = 4000; // + sensor type
-constexpr int32_t own_code_of_threshold = 5000;   // + 3 * sensor type + level
 
 // Events without levels, by fault number.
 constexpr int any_sensor_type = -1;
@@ -182,7 +182,7 @@ std::array<int32_t, 6> codes_of(EntityClass entity, uint8_t sensor_type) {
             return measurement.codes;
         }
     }
-    const int32_t first = own_code_of_threshold + 3 * sensor_type;
+    const int32_t first = own_threshold_codes + 3 * sensor_type;
     return {first, first + 1, first + 2, first, first + 1, first + 2};
 }
 

@@ -178,7 +178,7 @@ function axisMarks(server, view) {
 // --- the records behind a lane, a bar or a mark ---
 function recordRow(record) {
     const cell = (text, kind) => element('td', {class: kind}, text);
-    return element('tr', {}, cell(timeText(record.time), 'time'), cell(record.id ?? '–', 'number'), cell(record.change, ''),
+    return element('tr', {}, cell(timeText(record.time), 'time'), cell(record.id?.toString(16) ?? '–', 'number'), cell(record.change, ''),
                    cell(severities[record.severity] ?? '–', ''), cell(record.event, 'words'));
 }
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdio>
 
 #include "tools/report/timeline.h"
 #include "tools/report/view.h"
@@ -203,7 +204,9 @@ std::string reason_text(const std::string &key) {
 std::string record_ids(const std::vector<Entry> &entries) {
     std::string text;
     for (size_t at = 0; at < std::min(entries.size(), records_named); ++at) {
-        text += (at == 0 ? "" : ", ") + std::to_string(entries[at].record.value_or(0));
+        char id[24];
+        snprintf(id, sizeof id, "%llx", static_cast<unsigned long long>(entries[at].record.value_or(0)));
+        text += (at == 0 ? "" : ", ") + std::string(id);
     }
     return entries.size() <= records_named ? text
                                            : text + " and " + number_text(entries.size() - records_named) + " more";
