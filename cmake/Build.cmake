@@ -25,7 +25,7 @@ function(fe_target target)
     target_compile_options(${target} PRIVATE
         -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wformat=2 -Wundef -Wcast-align -Wcast-qual
         -Wdouble-promotion -Wvla -Wmissing-declarations
-        $<$<NOT:$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wshadow> # where files see each other's own names, it has nothing to say
+        $<$<NOT:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wshadow> # where files see each other's own names, it has nothing to say
         $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
         $<$<BOOL:${FE_WERROR}>:-Werror>
         ${FE_PREFIX_MAPS})
@@ -66,10 +66,11 @@ function(fe_tool_target target)
     endif()
 endfunction()
 
-# What is not shipped; debuggers of it have the preset dev.
+# What is not shipped; debuggers of it have the preset dev, which also shows a header that a file forgot.
 function(fe_test_target target)
     fe_target(${target})
     if(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
         target_compile_options(${target} PRIVATE -O1 -g1)
+        set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 16)
     endif()
 endfunction()

@@ -4,7 +4,7 @@
 
 namespace {
 
-Choices *input;
+std::optional<Choices> input;
 
 template <typename Number>
 Number number() {
@@ -66,14 +66,13 @@ void step() {
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     static const Sandbox sandbox;
-    Choices choices(std::span(data, size));
-    input = &choices;
+    input.emplace(std::span(data, size));
     reset_world();
     WriteBuffer buffer;
     world().dispatch = filter;
     world().decode = decode;
     Mirror mirror(sandbox);
-    while (!choices.at_end()) {
+    while (!input->at_end()) {
         step();
         require(is_free(fe_table_mutex) && is_free(buffer.block.fe_write_buf_mutex), "all is unlocked");
         require(buffer.record == fe_write_buf{} && broken_invariant().empty(),

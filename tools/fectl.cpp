@@ -80,7 +80,7 @@ public:
         app_.set_help_flag("-h,--help", "this text");
         app_.footer("fectl help COMMAND, or fectl COMMAND --help, tells its options."
 #ifndef FECTL_BMC
-                    "\nThis fectl is built without libfreeipmi, and so without fetch and watch."
+                    "\nThis fectl is built without libfreeipmi, and so without fetch, watch and report -H."
 #endif
         );
         app_.require_subcommand(0, 1);

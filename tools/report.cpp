@@ -142,17 +142,21 @@ ReplayedLog fetched_log(bmc::BmcClient &client, const ReportOptions &chosen, rep
 }
 #endif
 
-void check_captures(const std::vector<CaptureFiles> &captures, const std::string &output) {
+void check_output(const std::string &output, const std::vector<std::string> &inputs) {
     std::error_code ignored;
+    for (const std::string &input : inputs) {
+        if (std::filesystem::equivalent(input, output, ignored)) {
+            throw Refusal("-o " + output + ": that is an input, too");
+        }
+    }
+}
+
+void check_captures(const std::vector<CaptureFiles> &captures, const std::string &output) {
     for (const CaptureFiles &files : captures) {
         if (files.sdr.empty() || files.sel.empty()) {
             throw Refusal("report: both --sdr FILE and --sel FILE are needed; see fectl help report");
         }
-        for (const std::string &input : files.paths()) {
-            if (std::filesystem::equivalent(input, output, ignored)) {
-                throw Refusal("-o " + output + ": that is an input, too");
-            }
-        }
+        check_output(output, files.paths());
     }
 }
 
@@ -162,6 +166,7 @@ std::vector<ReplayedLog> read_logs(const ReportOptions &chosen, report::Words &w
         throw Refusal("report: captures belong here, or the folder of a table; see fectl help report");
     }
     if (!chosen.table.empty()) {
+        check_output(chosen.output, {chosen.table + "/fe_table.entry", chosen.table + "/fe_table.sz"});
         return {published_log(chosen.table, words)};
     }
     check_captures(captures, chosen.output);
@@ -225,7 +230,11 @@ Run prepare_report(CLI::App &app) {
     add_capture_options(app, replay.capture);
     cli::add_number(app, "--live", replay.live, 0, INT32_MAX,
                     "keep the last N records for after the start, as replay does (default: 0)");
-    cli::add_directory(app, "--file-dir", chosen->table, "show the table files of that folder instead of a log");
+    cli::Option table =
+        cli::add_directory(app, "--file-dir", chosen->table, "show the table files of that folder instead of a log");
+    for (const char *of_a_log : {"CAPTURE", "--sdr", "--sel", "--readings", "--sensors", "--order", "--live"}) {
+        table.excludes(cli::option(app, of_a_log));
+    }
 #ifdef FECTL_BMC
     cli::Option host = bmc::add_optional_bmc_options(app, chosen->bmc);
     for (const char *other : {"CAPTURE", "--sdr", "--sel", "--readings", "--sensors", "--file-dir"}) {

@@ -18,7 +18,8 @@ EXTRA_OECMAKE = "-DFE_TESTS=OFF"
 PACKAGECONFIG ??= ""
 PACKAGECONFIG:class-native ??= "tools"
 PACKAGECONFIG:class-nativesdk ??= "tools"
-PACKAGECONFIG[tools] = "-DFE_TOOLS=ON,-DFE_TOOLS=OFF,cli11 nlohmann-json zlib xz"
+# The header of kainjow-mustache has no recipe of its own there: who builds the tools brings one by that name.
+PACKAGECONFIG[tools] = "-DFE_TOOLS=ON,-DFE_TOOLS=OFF,cli11 nlohmann-json kainjow-mustache zlib xz"
 
 # fectl with its stand-ins: their libraries have no versions, and are no files of those who develop.
 PACKAGES =+ "${PN}-tools"

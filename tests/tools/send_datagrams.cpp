@@ -8,7 +8,7 @@
 int main(int, char **argv) {
     char datagram[100];
     size_t size = 0;
-    while (const ssize_t got = read(STDIN_FILENO, datagram + size, sizeof datagram - size)) {
+    for (ssize_t got; (got = read(STDIN_FILENO, datagram + size, sizeof datagram - size)) > 0;) {
         size += static_cast<size_t>(got);
     }
     sockaddr_un address{AF_UNIX, {}};

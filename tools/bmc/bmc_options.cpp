@@ -15,12 +15,12 @@ constexpr std::string_view privileges[] = {"CALLBACK", "USER", "OPERATOR", "ADMI
 constexpr size_t longest_password = 20, longest_password_lan = 16;
 
 std::string find_password(const BmcOptions &options) {
-    if (!options.password.empty()) {
+    if (options.password) {
         warn("a password behind -P can be seen by other users of this machine; -f FILE, -E or the prompt hides it");
-        return options.password;
+        return *options.password;
     }
-    if (!options.password_file.empty()) {
-        return password_in_file(options.password_file);
+    if (options.password_file) {
+        return password_in_file(*options.password_file);
     }
     return options.password_in_environment ? password_in_environment()
                                            : ask_for_password(options.access.user + " at " + options.access.host);
@@ -44,12 +44,14 @@ void check_password(const Access &access) {
 }
 
 void add_password_options(CLI::App &app, BmcOptions &options) {
-    cli::Option file =
-        cli::add_text(app, "-f", "FILE", options.password_file, "read the password from the first line of FILE");
+    cli::Option file = cli::add_parsed(
+        app, "-f", "FILE", [&options](const std::string &text) { options.password_file = text; },
+        "read the password from the first line of FILE");
     cli::Option environment = cli::add_flag(app, "-E", options.password_in_environment,
                                             "take the password from IPMI_PASSWORD in the environment");
-    const cli::Option argument = cli::add_text(app, "-P", "PASSWORD", options.password,
-                                               "the password, which other users of this machine may see");
+    const cli::Option argument = cli::add_parsed(
+        app, "-P", "PASSWORD", [&options](const std::string &text) { options.password = text; },
+        "the password, which other users of this machine may see");
     file.excludes(environment).excludes(argument);
     environment.excludes(argument);
 }

@@ -1,6 +1,7 @@
 // Options of those who ask a BMC, named as ipmitool's.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "tools/bmc/ipmi_session.h"
@@ -15,7 +16,8 @@ namespace bmc {
 
 struct BmcOptions {
     Access access;
-    std::string password, password_file, workarounds;
+    std::optional<std::string> password, password_file; // which may be empty
+    std::string workarounds;
     std::string privilege = "USER", interface = "lanplus";
     int suite = -1;
     bool password_in_environment = false;

@@ -81,12 +81,12 @@ void write_capture(const std::string &files, const FetchedCapture &capture) {
 }
 
 int fetch(const FetchOptions &chosen) {
-    std::error_code error;
-    std::filesystem::create_directories(chosen.directory, error);
-    if (error) {
-        throw Failure(chosen.directory + ": cannot make the folder: " + error.message());
-    }
     return talk(chosen.bmc, exit_failed, [&chosen](BmcClient &client, StopThread &) {
+        std::error_code error;
+        std::filesystem::create_directories(chosen.directory, error);
+        if (error) {
+            throw Failure(chosen.directory + ": cannot make the folder: " + error.message());
+        }
         const std::string files = chosen.directory + "/" + file_name(chosen);
         write_capture(files, fetch_capture(client, files + ".sdr"));
         return exit_ok;

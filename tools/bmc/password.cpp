@@ -18,19 +18,20 @@
 namespace bmc {
 namespace {
 
-// The terminal without echo. Signals that would end the process while it is so wait until the echo is back.
+// The terminal without echo. Signals that would end or stop the process while it is so wait until the
+// echo is back.
 class SilentTerminal {
 public:
     SilentTerminal() : fd_(open("/dev/tty", O_RDWR | O_CLOEXEC)) {
         if (fd_ < 0 || tcgetattr(fd_, &before_) != 0) {
             throw Refusal("there is no terminal to ask for the password; -f FILE or -E gives it");
         }
-        sigemptyset(&ending_);
+        sigemptyset(&held_);
         for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP}) {
-            sigaddset(&ending_, signal);
+            sigaddset(&held_, signal);
         }
-        pthread_sigmask(SIG_BLOCK, &ending_, &mask_before_);
-        signal_fd_ = signalfd(-1, &ending_, SFD_CLOEXEC);
+        pthread_sigmask(SIG_BLOCK, &held_, &mask_before_);
+        signal_fd_ = signalfd(-1, &held_, SFD_CLOEXEC);
         termios silent = before_;
         silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
         tcsetattr(fd_, TCSAFLUSH, &silent);
@@ -70,7 +71,7 @@ private:
     int fd_;
     int signal_fd_ = -1;
     termios before_{};
-    sigset_t ending_{}, mask_before_{};
+    sigset_t held_{}, mask_before_{};
 };
 
 } // namespace

@@ -58,7 +58,9 @@ bool parse_place(std::istream &text, SelPlace &place) {
     size_t records = 0;
     SelInfo &info = place.info;
     text >> info.entries >> info.last_addition >> info.last_erase >> info.free_bytes >> info.overflow;
-    text >> place.settled >> place.wrapped >> place.newest_id >> records;
+    if (!(text >> place.settled >> place.wrapped >> place.newest_id >> records)) {
+        return false;
+    }
     std::string line;
     for (sel_record record; text >> line && parse_record(line, record);) {
         place.log.push_back(record);

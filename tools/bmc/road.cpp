@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "tools/fectl.h"
 
@@ -11,7 +12,7 @@ namespace bmc {
 
 using std::chrono::steady_clock;
 constexpr std::chrono::milliseconds between_checks{5};
-constexpr std::chrono::seconds longest_drain{1};
+constexpr std::chrono::seconds longest_silence{1};
 
 void Road::send(const std::vector<sel_record> &records) {
     for (const sel_record &record : records) {
@@ -30,8 +31,14 @@ bool Road::all_done() {
 }
 
 void Road::drain(const std::function<bool(std::chrono::milliseconds)> &sleep) {
-    const auto end = steady_clock::now() + longest_drain;
-    while (!all_done() && steady_clock::now() < end && !sleep(between_checks)) {
+    size_t told = done_;
+    for (auto end = steady_clock::now() + longest_silence; !all_done() && steady_clock::now() < end;) {
+        if (sleep(between_checks)) {
+            return;
+        }
+        if (std::exchange(told, done_) != done_) {
+            end = steady_clock::now() + longest_silence;
+        }
     }
 }
 

@@ -23,7 +23,7 @@ public:
     // Whether the engine has processed all that was sent.
     bool all_done();
 
-    // Waits for that, up to a time that only an engine that hangs reaches, or until `sleep` is true.
+    // Waits for that; gives up when the engine has told of no record for a second, or when `sleep` is true.
     void drain(const std::function<bool(std::chrono::milliseconds)> &sleep);
 
     // Without the records that the engine has not come to: they are news to the next watch.

@@ -59,7 +59,7 @@ class SelFollower {
 public:
     explicit SelFollower(SelPlace place = {}) : place_(std::move(place)) {}
 
-    // Two questions when there is nothing new. When the source throws, nothing has been seen. Looks are a second apart at
+    // At most two questions when there is nothing new and the place is settled. When the source throws, nothing has been seen. Looks are a second apart at
     // least, as the BMC's times of addition tell no more than seconds.
     SelNews look(SelSource &source);
 

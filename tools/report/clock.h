@@ -28,15 +28,15 @@ struct Clock {
     int64_t end = 0;             // the place behind the last one
 };
 
-// From the times of a log's records, in its order. An unknown time has the place of the one before it; the records of one
-// second are spread over its places.
+// From the times of a log's records, in its order. An unknown time counts as the one before it, at the log's begin as the
+// first known one; the records of one second are spread over its places.
 Clock make_clock(std::span<const std::optional<int64_t>> times);
 
 bool is_date(int64_t time);
 
 std::string time_text(int64_t time);                // "2024-06-01 10:00:00", "start+12345s"
 std::string time_text(std::optional<int64_t> time); // likewise, or "time unknown"
-std::string duration_text(int64_t seconds);         // "3 days 4 h", "12 min"
+std::string duration_text(int64_t seconds);         // "3 d 4 h", "12 min"
 
 // The time of a line: ISO 8601 in UTC.
 std::optional<int64_t> parse_time(const std::string &text);

@@ -1,5 +1,6 @@
 // Whatever a BMC fails to answer, what a watch has told and what the next one will tell are all records, each once.
 #include <algorithm>
+#include <filesystem>
 
 #include <unistd.h>
 
@@ -7,6 +8,7 @@
 
 #include "tools/bmc/log_watch.h"
 #include "tools/bmc/server_reader.h"
+#include "tools/fectl.h"
 
 namespace bmc {
 namespace {
@@ -109,7 +111,7 @@ protected:
     FaultyBmc bmc_;
     std::vector<std::string> said_;
     size_t sent_ = 0;
-    std::atomic<size_t> processed_ = 100; // as many as are sent
+    std::atomic<size_t> processed_ = 100; // more than are ever sent
     Road road_{[this](const sel_record &) { return ++sent_ != 0; }, processed_};
     std::string path_ = testing::TempDir() + "watch_" + std::to_string(getpid());
     PlaceFile place_file_{path_, "host"};
@@ -182,5 +184,14 @@ TEST_F(LogWatchTest, TriesAgainLaterAndLater) {
     }
 }
 
+TEST_F(LogWatchTest, TakesNoPlaceThatIsCut) {
+    start();
+    for (auto size = std::filesystem::file_size(path_) - 1; size-- > 0;) { // the last line end may be missing
+        std::filesystem::resize_file(path_, size);
+        EXPECT_THROW(place_file_.read(), Refusal) << size;
+    }
+}
+
 } // namespace
+
 } // namespace bmc
