@@ -9,6 +9,10 @@ namespace sel_record_type { // IPMI v2.0, table 32-1
 inline constexpr uint8_t system_event = 0x02;
 inline constexpr uint8_t first_oem = 0xC0;              // 0xC0..0xFF: the maker's own, about no sensor
 inline constexpr uint8_t first_oem_without_time = 0xE0; // 0xE0..0xFF: without a time stamp, too
+
+constexpr bool is_known(uint8_t type) {
+    return type == system_event || type >= first_oem;
+}
 } // namespace sel_record_type
 
 namespace event_type { // IPMI v2.0, tables 42-1 and 42-2

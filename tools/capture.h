@@ -34,8 +34,8 @@ LoadedCapture load_capture(const CaptureFiles &files);
 
 // From now on the engine meets the capture, of which the last `live` records, or all there are, stay out of the start-up
 // walk; returns how many these are. `log` is the file that the engine's log will go to. Whatever is wrong with the input
-// is thrown here, as Refusal or CaptureError, before the engine touches anything. Nothing for a server that takes live
-// records from elsewhere.
+// is thrown here, as Refusal or CaptureError, before the engine touches anything. `live` is empty where live
+// records come from elsewhere: then all are walked.
 size_t serve_capture(const CaptureFiles &files, const std::string &log, std::optional<size_t> live);
 
 // The records of a SEL alone; what is passed over is said.
@@ -44,11 +44,10 @@ std::vector<sel_record> load_records(const std::string &path);
 // As given on a command line.
 struct CaptureOptions {
     CaptureFiles files;
-    std::string order = "log";
     std::vector<std::string> operands; // files and folders
 
     // Of the options and the operands: NAME.sdr and NAME.sel belong together, with NAME.readings and NAME.sensors if
-    // they are there. None when nothing is given; throws Refusal for a file that belongs to none.
+    // they are there. Empty when nothing is given; throws Refusal for a file that belongs to none.
     std::vector<CaptureFiles> captures() const;
 };
 void add_capture_options(CLI::App &app, CaptureOptions &options);

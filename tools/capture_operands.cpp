@@ -52,6 +52,15 @@ void add_file(Groups &groups, const std::string &path) {
     files.*kind->file = path;
 }
 
+// The file of that kind beside the others of its name, if there is one.
+void find_beside(const std::string &name, const Kind &kind, CaptureFiles &files) {
+    for (const char *packed : {"", ".gz", ".xz"}) {
+        if (const std::string path = name + kind.suffix + packed; (files.*kind.file).empty() && fs::exists(path)) {
+            files.*kind.file = path;
+        }
+    }
+}
+
 // An SDR under one name and a SEL under another are one server's, with the states that either has.
 void join_two(Groups &groups) {
     if (groups.size() != 2) {
@@ -61,6 +70,10 @@ void join_two(Groups &groups) {
     if (first.sdr.empty()) {
         std::swap(first, second);
     }
+    for (auto &[name, files] : groups) {
+        find_beside(name, kinds[2], files);
+        find_beside(name, kinds[3], files);
+    }
     const bool overlap = std::ranges::any_of(
         kinds, [&](const Kind &kind) { return !(first.*kind.file).empty() && !(second.*kind.file).empty(); });
     if (overlap || !first.sel.empty() || first.sdr.empty() || second.sel.empty()) {
@@ -69,17 +82,9 @@ void join_two(Groups &groups) {
     for (const Kind &kind : kinds) {
         first.*kind.file += second.*kind.file; // one of them is empty
     }
+    first.name = second.name;
     Groups joined = {{"", first}};
     groups = std::move(joined);
-}
-
-// The file of that kind beside the others of its name, if there is one.
-void find_beside(const std::string &name, const Kind &kind, CaptureFiles &files) {
-    for (const char *packed : {"", ".gz", ".xz"}) {
-        if (const std::string path = name + kind.suffix + packed; (files.*kind.file).empty() && fs::exists(path)) {
-            files.*kind.file = path;
-        }
-    }
 }
 
 // Says what is missing, or nothing.
@@ -173,7 +178,7 @@ std::vector<CaptureFiles> CaptureOptions::captures() const {
                       " captures; NAME.sensors beside NAME.sel is found");
     }
     for (CaptureFiles &capture : all) {
-        capture.order_by_time = order == "time";
+        capture.order_by_time = files.order_by_time;
         if (have_states) {
             capture.readings = files.readings;
             capture.sensors = files.sensors;
@@ -191,7 +196,9 @@ void add_capture_options(CLI::App &app, CaptureOptions &options) {
     cli::add_text(
         app, "--sensors", "FILE", files.sensors,
         "present states of sensors, as \"ipmitool sensor\" or \"ipmi-sensors --output-event-bitmask\" prints them");
-    cli::add_text(app, "--order", "WORD", options.order, "take records as they stand in the log (default), or by time")
+    cli::add_parsed(
+        app, "--order", "WORD", [&files](const std::string &text) { files.order_by_time = text == "time"; },
+        "take records as they stand in the log (default), or by time")
         .one_of({"log", "time"});
 }
 

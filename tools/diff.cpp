@@ -47,7 +47,6 @@ Faults faults_of_table(const std::string &folder) {
 Faults faults_of_capture(const std::string &path, const DiffOptions &options) {
     ReplayOptions replay;
     replay.capture.operands = {path};
-    replay.capture.files.sdr = "";
     replay.view.format = "json";
     replay.view.ending_only = true;
     std::vector<CaptureFiles> captures;

@@ -174,7 +174,7 @@ int run_and_report(const std::function<int()> &work) {
 int main(int argc, char **argv) {
     open_standard_descriptors();
     const int code = run_and_report([=] { return Parser().run(argc, argv); });
-    if (code != exit_refused && (fflush(stdout) != 0 || ferror(stdout))) {
+    if (fflush(stdout) != 0 || ferror(stdout)) {
         fprintf(stderr, "fectl: cannot write the output\n");
         return exit_failed;
     }

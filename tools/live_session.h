@@ -16,7 +16,7 @@ public:
         bool create_fifo;   // for SEL records, if it is missing
     };
 
-    // Starts the engine. Throws Refusal when it cannot have what it needs.
+    // Starts the engine. Throws Refusal when it cannot have its files or the socket, std::runtime_error when it cannot start.
     LiveSession(const EngineOptions &options, const Roads &roads, story::Listener &listener);
 
     const std::string &fifo_path() const { return records_.path(); }

@@ -1,4 +1,4 @@
-// Records that became no fault, the serious ones first.
+// Records that became no fault: a line each, as they came, or in groups, the serious ones first.
 #pragma once
 
 #include <cstddef>

@@ -130,7 +130,7 @@ ReplayedLog fetched_log(bmc::BmcClient &client, const ReportOptions &chosen, rep
     files.sdr = sdr.path;
     files.sel = sel.path;
     files.sensors = sensors.path;
-    files.order_by_time = chosen.replay.capture.order == "time";
+    files.order_by_time = chosen.replay.capture.files.order_by_time;
     ReplayedLog replayed = replayed_log(files, chosen.replay, words);
     report::ServerLog &log = replayed.log;
     for (const OpenFile *file : {&sdr, &sel, &sensors}) {

@@ -24,6 +24,9 @@ void parse_severities(Filter &filter, const std::string &text) {
     if (!most.empty()) {
         filter.most_severity = cli::parse_severity("--severity", most);
     }
+    if (filter.least_severity > filter.most_severity) {
+        throw Refusal("--severity: '" + text + "' begins above its end");
+    }
 }
 
 std::pair<uint8_t, int32_t> parse_entity(const std::string &text) {
@@ -50,8 +53,9 @@ uint32_t parse_time(const std::string &name, const std::string &text) {
     for (const char *format : {"%Y-%m-%dT%H:%M:%SZ", "%Y-%m-%d %H:%M:%S", "%Y-%m-%d %H:%M", "%Y-%m-%d"}) {
         tm date{};
         const char *end = strptime(text.c_str(), format, &date);
+        const int day = date.tm_mday; // timegm() carries a day that the month lacks
         const time_t time = end != nullptr && *end == '\0' ? timegm(&date) : -1;
-        if (time >= 0 && time < UINT32_MAX) {
+        if (time >= 0 && time < UINT32_MAX && date.tm_mday == day) {
             return static_cast<uint32_t>(time);
         }
     }

@@ -182,14 +182,14 @@ std::string JsonLines::summary(const Ending &ending, const RequestsSeen *request
         reasons_json[reason_key(static_cast<Reason>(i))] = totals.refused[i];
     }
     Json by_severity = Json::object();
-    const Fault *worst = nullptr;
     for (const int32_t severity : {6, 5, 4, 3, 1}) {
-        by_severity[severity_word(severity)] = std::ranges::count(ending.active, severity, &Fault::severity);
-        const auto found = std::ranges::find(ending.active, severity, &Fault::severity);
-        if (worst == nullptr && found != ending.active.end()) {
-            worst = &*found;
-        }
+        by_severity[severity_word(severity)] = 0;
     }
+    for (const Fault &fault : ending.active) { // a request may give any number
+        const std::string word = severity_word(fault.severity);
+        by_severity[word] = by_severity.value(word, 0) + 1;
+    }
+    const auto worst = std::ranges::max_element(ending.active, {}, &Fault::severity); // of equals the newest
     Json rest = {{"records", totals.records},
                  {"processed", totals.processed},
                  {"ignored", totals.ignored},
@@ -207,7 +207,7 @@ std::string JsonLines::summary(const Ending &ending, const RequestsSeen *request
                  {"evicted", totals.evicted},
                  {"active", ending.active.size()},
                  {"by_severity", by_severity},
-                 {"worst", worst != nullptr ? Json(one_line(*worst)) : Json(nullptr)}};
+                 {"worst", worst != ending.active.end() ? Json(one_line(*worst)) : Json(nullptr)}};
     if (requests != nullptr) {
         rest.update(Json{{"requests_processed", totals.requests_processed},
                          {"requests_dropped", requests->counts.wrong_size},

@@ -137,6 +137,9 @@ std::string event_words(const Fault &fault) {
 }
 
 std::string sensor_words(const Fault &fault) {
+    if (fault.sensor.empty()) {
+        return ipmi_access::unnamed_sensor(fault.sensor_number);
+    }
     const auto &sensors = ipmi_access::served().sensors;
     const auto same = std::ranges::count_if(sensors, [&](const auto &s) { return s && s->label == fault.sensor; });
     char number[24];

@@ -43,7 +43,7 @@ int exit_code(const ViewOptions &options, const std::vector<story::Fault> &activ
 
 class View : public story::Listener {
 public:
-    // After the engine has stopped; `requests` is null for an engine that took none.
+    // After the engine has stopped; `requests` is null where requests and the FIFO were not counted.
     virtual void end(const story::Ending &ending, const RequestsSeen *requests) = 0;
 
     // Faults without a story, out of table files.

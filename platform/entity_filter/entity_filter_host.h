@@ -23,9 +23,9 @@ enum class EntityClass : uint8_t;
 struct Hooks {
     // All fifteen, each with its class and its name.
     int32_t (*fill)(EntityClass entity, const char *handler, fe_read_buf *request, fe_write_buf_struct *wbuf);
-    // What "now" is, in seconds since 1970, or since start below 0x20000000: the wall clock.
+    // What "now" is, in seconds since 1970, or since start below 0x20000000; at first the wall clock.
     uint32_t (*clock)();
-    // The rank of a sensor, 0 for the first of its kind on its entity instance, 1 for the next, ...: always 0.
+    // The rank of a sensor, 0 for the first of its kind on its entity instance, 1 for the next, ...; at first always 0.
     uint32_t (*sensor_rank)(uint32_t sensor_number);
 };
 extern Hooks hooks;

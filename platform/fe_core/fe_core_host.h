@@ -49,7 +49,8 @@ struct RequestCounts {
 };
 RequestCounts request_counts();
 
-// The producer's side of the read buffer, for an interface. place_request() comes when the request before was taken.
+// The producer's side of the read buffer, for an interface. One request at a time: place_request()
+// comes again once await_taken() was true.
 void place_request(fe_read_buf_struct &read_buffer, const fe_read_buf &request);
 bool await_taken(fe_read_buf_struct &read_buffer); // false when the engine has stopped and nobody will take it
 

@@ -1,7 +1,6 @@
 // The log and the pauses of a host program.
 #include <algorithm>
 
-#include "fault_engine/fault_request.h"
 #include "platform/fe_core/fe_core_host.h"
 #include "platform/fe_core/stop_event.h"
 

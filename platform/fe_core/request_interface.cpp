@@ -45,7 +45,7 @@ Received receive(fe_read_buf &request) {
     return Received::failure;
 }
 
-// A request leaves the socket only when the one before it was taken, so whatever a stop finds untaken is still there.
+// A request leaves the socket only when the one before it was taken: a stop finds at most one outside, in the read buffer.
 void run_interface(fe_read_buf_struct *read_buffer) {
     fe_read_buf request;
     while (engine_stop.await(-1, request_socket) != Woken::by_event && fe_flag(&fe_not_running) == 0) {
@@ -80,7 +80,7 @@ void place_request(fe_read_buf_struct &buffer, const fe_read_buf &request) {
     pthread_mutex_unlock(&buffer.fe_read_buf_mutex);
 }
 
-// A stop() alone is no reason to give it up.
+// Goes on waiting after a stop(): only an engine that has stopped does not take the request.
 bool await_taken(fe_read_buf_struct &buffer) {
     pthread_mutex_lock(&buffer.fe_read_wait_mutex);
     while (fe_flag(&fe_read_complete) != 0 && fe_flag(&fe_not_running) == 0) {

@@ -10,7 +10,8 @@ public:
     void arm();        // forgets that it was given; throws std::system_error
     void give() const; // async-signal-safe
 
-    // Waits for the event, or until `input` can be read (or fails), or the time is over; -1: no input, no such time. The
+    // Waits for the event, or until `input` can be read (or fails), or the time is over; -1 stands for no input, and for no limit of
+    // time. The
     // event comes before anything else.
     Woken await(int timeout_ms, int input = -1) const;
 

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "base/ipmi.h"
+#include "fault_engine/sel.h"
 #include "platform/ipmi_access/ipmi_access_host.h"
 
 namespace ipmi_access {
@@ -25,7 +26,6 @@ struct CloseFile {
 }
 
 constexpr size_t sdr_header = 5;
-constexpr size_t sel_record_size = 16;
 
 } // namespace
 
@@ -65,9 +65,8 @@ bool looks_like_sdr(std::span<const uint8_t> bytes) {
 }
 
 bool looks_like_sel(std::span<const uint8_t> bytes) {
-    return bytes.size() >= sel_record_size && bytes.size() % sel_record_size == 0 &&
-           (bytes[2] == sel_record_type::system_event || bytes[2] >= sel_record_type::first_oem) &&
-           !looks_like_sdr(bytes);
+    return bytes.size() >= sizeof(sel_record) && bytes.size() % sizeof(sel_record) == 0 &&
+           sel_record_type::is_known(bytes[offsetof(sel_record, record_type)]);
 }
 
 bool looks_like_text(std::span<const uint8_t> bytes) {

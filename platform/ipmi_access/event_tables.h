@@ -9,7 +9,7 @@ namespace ipmi_access {
 struct EventRow {
     uint8_t type;
     uint16_t serious;                   // a bit for each offset that says that something is broken, or about to
-    const char *name;                   // of the sensor type
+    const char *name;                   // of the sensor type; nobody asks for that of a generic type
     std::array<const char *, 16> words; // by offset; null where it has none
 };
 

@@ -11,9 +11,10 @@ namespace ipmi_access {
 namespace {
 
 std::optional<uint32_t> number_up_to(const std::string &word, uint32_t limit) {
+    const int base = word.starts_with("0x") || word.starts_with("0X") ? 16 : 10;
     char *end = nullptr;
     errno = 0;
-    const unsigned long value = strtoul(word.c_str(), &end, 0);
+    const unsigned long value = strtoul(word.c_str(), &end, base);
     if (word.empty() || word[0] == '-' || *end != '\0' || errno != 0 || value > limit) {
         return std::nullopt;
     }

@@ -178,7 +178,7 @@ Sensors parse_sdr_dump(std::span<const uint8_t> dump, const std::string &path, W
     ByteCursor cursor(dump);
     size_t right = 0;
     std::vector<std::pair<size_t, std::string>> wrong;
-    // Out of step, a dump would end in a record that is cut short; what is wrong first says more.
+    // Ends early: a dump that is out of step ends in a record that is cut short, and its first wrong record says more than that.
     while (!cursor.at_end() && wrong.size() <= right + 1) {
         const Record record = take_record(cursor, path);
         const auto *found = std::ranges::find(layouts, record.type, &Layout::record_type);

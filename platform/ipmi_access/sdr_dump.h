@@ -30,7 +30,8 @@ using Sensors = std::array<std::optional<Sensor>, 256>;
 
 // One sensor for each that a record stands for; records of other types describe none. A name that runs past its record is
 // cut there. A record that is too short for its type, or of another version, is passed over with a warning. `path` is for
-// these and for the messages of CaptureError, which is thrown for a dump that is cut off or of which most is wrong.
+// these and for the messages of CaptureError, which is thrown for a dump that is cut off, or in which wrong
+// records outnumber right ones by two on the way or by one at the end.
 Sensors parse_sdr_dump(std::span<const uint8_t> dump, const std::string &path, Warnings &warnings);
 
 // "#0x2e": name of a sensor without one.

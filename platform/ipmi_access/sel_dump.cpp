@@ -12,7 +12,7 @@ namespace {
 constexpr uint8_t event_revisions[] = {0x03, 0x04}; // IPMI 1.0; 1.5 and later
 
 bool of_known_type(const sel_record &record) {
-    return record.record_type == sel_record_type::system_event || record.record_type >= sel_record_type::first_oem;
+    return sel_record_type::is_known(record.record_type);
 }
 
 bool plausible(const sel_record &record) {
